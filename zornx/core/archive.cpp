@@ -1,0 +1,600 @@
+#include "archive.h"
+#include "file_p.h"
+#include "filewatcher_p.h"
+#include "interface.h"
+
+#include <QtCore/QDebug>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QRegExp>
+#include <QtCore/QThread>
+#include <QtWidgets/QFileDialog>
+#include <QtWidgets/QMessageBox>
+
+#include <algorithm>
+#include <cstdio>
+#include <unistd.h>
+
+namespace Zorn {
+
+// ---------------------------------------------------------------------------------------------
+// Archive
+
+Archive::Archive() : refCount(1) {}
+
+Archive::~Archive() = default;
+
+void Archive::addRef()
+{
+    ++refCount;
+}
+
+void Archive::release()
+{
+    if (--refCount == 0)
+        free();
+}
+
+QStringList Archive::entries(const QString &path, QDir::Filters filters,
+                             QDir::SortFlags sort) const
+{
+    return entries(path, QStringList(), filters, sort);
+}
+
+static inline bool isSeparator(QChar c)
+{
+    return c == QLatin1Char('/') || c == QLatin1Char('\\');
+}
+
+QString Archive::relativePath(const QString &path, Archive *archive, const QString &base) const
+{
+    if (archive != this)
+        return path;
+
+    int i = 0;
+    int behindLastSeparator = 0;
+    while (i < path.size() && i < base.size() && path.at(i) == base.at(i)) {
+        if (isSeparator(base.at(i)))
+            behindLastSeparator = i + 1;
+        ++i;
+    }
+
+    QString result;
+    const bool baseEnded = i == base.size();
+    if (!(baseEnded && (i == path.size() || isSeparator(path.at(i))))) {
+        result = QStringLiteral("../");
+        for (int j = behindLastSeparator; j < base.size(); ++j)
+            if (isSeparator(base.at(j)))
+                result += QStringLiteral("../");
+    }
+
+    int j = std::min(i, int(path.size()) - 1);
+    while (j >= 0 && !isSeparator(path.at(j)))
+        --j;
+    return result + path.mid(j + 1);
+}
+
+// ---------------------------------------------------------------------------------------------
+// FileSystemArchive
+
+FileSystemArchive::FileSystemArchive() = default;
+FileSystemArchive::~FileSystemArchive() = default;
+
+FileSystemArchive &FileSystemArchive::instance()
+{
+    static FileSystemArchive archive;
+    return archive;
+}
+
+void FileSystemArchive::free() {}
+
+QString FileSystemArchive::name() const
+{
+    return QString();
+}
+
+QString FileSystemArchive::path() const
+{
+    return QString();
+}
+
+QString FileSystemArchive::absoluteFilePath(const QString &name) const
+{
+    return name.isEmpty() ? QString() : QFileInfo(name).absolutePath();
+}
+
+QString FileSystemArchive::absoluteFileName(const QString &name) const
+{
+    return name.isEmpty() ? QString() : QFileInfo(name).absoluteFilePath();
+}
+
+QStringList FileSystemArchive::entries(const QString &path, QStringList nameFilters,
+                                       QDir::Filters filters, QDir::SortFlags sort) const
+{
+    return QDir(path).entryList(nameFilters, filters | QDir::NoSymLinks | QDir::NoDotAndDotDot,
+                                sort);
+}
+
+QIODevice *FileSystemArchive::openFile(const QString &name, QIODevice::OpenMode mode)
+{
+    if (mode & QIODevice::WriteOnly) {
+        const QFileInfo info(name);
+        if (!info.absoluteDir().exists())
+            QDir().mkpath(info.absolutePath());
+    } else if (!QFile::exists(name)) {
+        return nullptr;
+    }
+    File *file = new File(name);
+    if (!file->open(mode)) {
+        delete file;
+        return nullptr;
+    }
+    return file;
+}
+
+void FileSystemArchive::closeFile(QIODevice *device)
+{
+    if (!device)
+        return;
+    if (QFileDevice *file = qobject_cast<QFileDevice *>(device))
+        file->flush();
+    delete device; // the destructor of File commits a pending replacement
+}
+
+void FileSystemArchive::discardFile(QIODevice *device)
+{
+    if (File *file = dynamic_cast<File *>(device))
+        file->discard();
+    delete device;
+}
+
+bool FileSystemArchive::removeFile(const QString &name)
+{
+    return QFile::remove(name);
+}
+
+bool FileSystemArchive::renameFile(const QString &oldName, const QString &newName)
+{
+    return QFile::rename(oldName, newName);
+}
+
+void FileSystemArchive::flush() {}
+
+bool FileSystemArchive::isReadOnly() const
+{
+    return false;
+}
+
+bool FileSystemArchive::isWritable(const QString &name) const
+{
+    const QFileInfo info(name);
+    return !info.exists() || info.isWritable();
+}
+
+bool FileSystemArchive::fileExists(const QString &name) const
+{
+    return QFile::exists(name);
+}
+
+bool FileSystemArchive::directoryExists(const QString &name) const
+{
+    return QDir(name).exists();
+}
+
+// ---------------------------------------------------------------------------------------------
+// File: the crash-safe writer
+
+bool retryFileOperation(const char *title, const char *text, const QString &fileName,
+                        const std::function<bool()> &operation)
+{
+    int failures = 0;
+    while (!operation()) {
+        QThread::msleep(200);
+        if (++failures % 10 == 0) {
+            const auto answer = QMessageBox::question(
+                nullptr, QString::fromLatin1(title), QString::fromLatin1(text).arg(fileName),
+                QMessageBox::Yes | QMessageBox::No, QMessageBox::NoButton);
+            if (answer != QMessageBox::Yes)
+                return false;
+            failures = 0;
+        }
+    }
+    return true;
+}
+
+File::File(const QString &name) : QFile(name), target(name) {}
+
+bool File::open(OpenMode mode)
+{
+    const bool writing = mode & WriteOnly;
+    if (!writing || !target.exists()) {
+        created = writing;
+        return QFile::open(mode);
+    }
+
+    setFileName(target.fileName() + randomString(6));
+    if ((mode & ReadOnly) && !QFile::copy(target.fileName(), fileName()))
+        return false;
+    if (QFile::open(mode) && target.open(ReadWrite)) {
+        // The replacement keeps the permissions of the file it replaces.
+        setPermissions(target.permissions());
+        return true;
+    }
+    QFile::close();
+    target.close();
+    QFile::remove(fileName());
+    setFileName(target.fileName());
+    return false;
+}
+
+File::~File()
+{
+    if (fileName() != target.fileName())
+        commit();
+}
+
+bool File::commit()
+{
+    // The new contents reach the disk before the old file goes.
+    if (isOpen()) {
+        flush();
+        ::fsync(handle());
+    }
+    target.close();
+    QFile::close();
+
+    // An atomic replace leaves either the old or the new file whatever happens to the
+    // process. Only when the system refuses it, the old file is removed and the new one
+    // renamed, with the user asked when that keeps failing.
+    const QByteArray from = QFile::encodeName(fileName());
+    const QByteArray to = QFile::encodeName(target.fileName());
+    if (std::rename(from.constData(), to.constData()) == 0)
+        return true;
+
+    const QString targetName = target.fileName();
+    if (!retryFileOperation(
+            "File error!",
+            "Can't replace contents of file '%1'. Do you want to try again?\nObs.: You can "
+            "delete the file and rename the temporary one manually. Seems that something is "
+            "preventing the file to be replaced.",
+            targetName, [&] { return !QFile::exists(targetName) || QFile::remove(targetName); })) {
+        discard();
+        return false;
+    }
+    QThread::msleep(20);
+    const QString temporaryName = fileName();
+    return retryFileOperation(
+        "File rename error!",
+        "Can't rename temporary file to '%1'. Do you want to try again?\nObs.: You can rename it "
+        "manually. Seems that something is preventing the file to be renamed.",
+        targetName, [&] { return QFile::rename(temporaryName, targetName); });
+}
+
+void File::discard()
+{
+    target.close();
+    QFile::close();
+    const bool replacing = fileName() != target.fileName();
+    if (replacing || created) {
+        const QString name = fileName();
+        retryFileOperation(
+            "File remove error!",
+            "Can't remove temporary file to '%1'. Do you want to try again?\nObs.: You can "
+            "remove it manually. Seems that something is preventing the file to be removed.",
+            target.fileName(), [&] { return !QFile::exists(name) || QFile::remove(name); });
+    }
+    setFileName(target.fileName());
+    created = false;
+}
+
+// ---------------------------------------------------------------------------------------------
+// File watching
+
+namespace {
+int liveWatchObjects = 0;
+FileWatcherManager *watcherManager = nullptr;
+} // namespace
+
+FileWatcherManager::FileWatcherManager()
+{
+    connect(&watcher, &QFileSystemWatcher::fileChanged, this, &FileWatcherManager::fileChanged);
+}
+
+FileWatcherManager *FileWatcherManager::instance()
+{
+    return watcherManager;
+}
+
+void FileWatcherManager::detach(FileWatchObject *object, const QString &name)
+{
+    auto it = entries.find(name);
+    if (it == entries.end())
+        return;
+    it->objects.removeAll(object);
+    if (it->objects.isEmpty()) {
+        entries.erase(it);
+        if (!name.isEmpty())
+            watcher.removePath(name);
+    }
+}
+
+void FileWatcherManager::fileChanged(const QString &path)
+{
+    qDebug() << "File modified:" << path;
+    if (!entries.contains(path))
+        return;
+    if (!QFile::exists(path))
+        return; // a deleted file reloads nothing, and its path leaves the watcher
+
+    Interface *host = Interface::instance();
+    const bool enabled =
+        !host || host->option(QStringLiteral("enable_file_watcher"), QVariant()).toBool();
+    if (enabled && !entries[path].asking) {
+        QList<FileWatchObject *> collected;
+        for (FileWatchObject *object : qAsConst(entries[path].objects)) {
+            if (object->skipNext)
+                object->skipNext = 0;
+            else
+                collected.append(object);
+        }
+        if (!collected.isEmpty()) {
+            entries[path].asking = true;
+            const bool reload = Interface::yesNoOption(
+                QStringLiteral("File modified"),
+                QStringLiteral("The file '%1' has been modified. Do you want to reload all "
+                               "other instances of this file now?")
+                    .arg(path),
+                QStringLiteral("showmsg_reload_file"), 1, Interface::Yes);
+            // The dialog runs an event loop and a reload may close other objects: only those
+            // that still show the file are reloaded.
+            for (FileWatchObject *object : qAsConst(collected)) {
+                auto it = entries.constFind(path);
+                if (reload && it != entries.constEnd() && it->objects.contains(object))
+                    object->reload();
+            }
+            auto it = entries.find(path);
+            if (it != entries.end())
+                it->asking = false;
+        }
+    }
+    // A file replaced by a save drops out of the watcher; watch the new one.
+    if (entries.contains(path) && !watcher.files().contains(path))
+        watcher.addPath(path);
+}
+
+FileWatchObject::FileWatchObject() : skipNext(0)
+{
+    if (liveWatchObjects++ == 0)
+        watcherManager = new FileWatcherManager;
+}
+
+FileWatchObject::~FileWatchObject()
+{
+    for (auto it = watcherManager->entries.begin(); it != watcherManager->entries.end(); ++it) {
+        if (it->objects.contains(this)) {
+            watcherManager->detach(this, it.key());
+            break;
+        }
+    }
+    if (--liveWatchObjects == 0) {
+        delete watcherManager;
+        watcherManager = nullptr;
+    }
+}
+
+void FileWatchObject::pauseWatch(bool pause)
+{
+    skipNext = pause ? 1 : 0;
+}
+
+void FileWatchObject::fileLoaded(Archive &archive, const QString &name, bool copy)
+{
+    watch(archive, name, copy, false);
+}
+
+void FileWatchObject::fileSaved(Archive &archive, const QString &name, bool copy)
+{
+    watch(archive, name, copy, true);
+}
+
+void FileWatchObject::watch(Archive &archive, const QString &name, bool copy, bool saved)
+{
+    if (copy || &archive != &FileSystemArchive::instance())
+        return;
+    FileWatcherManager *manager = watcherManager;
+    const QString old = fileName();
+    if (old == name && manager->watcher.files().contains(name)) {
+        if (saved)
+            skipNext = 1;
+        return;
+    }
+    manager->detach(this, old);
+    if (name.isEmpty())
+        return;
+    FileWatcherManager::Entry &entry = manager->entries[name];
+    if (entry.objects.isEmpty())
+        manager->watcher.addPath(name);
+    entry.objects.append(this);
+    if (saved)
+        skipNext = 1; // our own write raises a notification
+}
+
+// ---------------------------------------------------------------------------------------------
+// Free helpers
+
+bool copyFile(Archive &from, const QString &fromName, Archive &to, const QString &toName)
+{
+    if (fromName == toName)
+        return false;
+    QIODevice *source = from.openFile(fromName, QIODevice::ReadOnly);
+    if (!source)
+        return false;
+    QIODevice *destination = to.openFile(toName, QIODevice::WriteOnly);
+    if (!destination) {
+        from.closeFile(source);
+        return false;
+    }
+    // A failed write drops the copy rather than leave a truncated file behind.
+    QByteArray buffer(0x20000, Qt::Uninitialized);
+    bool ok = true;
+    while (ok && !source->atEnd()) {
+        const qint64 read = source->read(buffer.data(), buffer.size());
+        if (read < 0)
+            ok = false;
+        else if (read == 0)
+            break;
+        else
+            ok = destination->write(buffer.constData(), read) == read;
+    }
+    from.closeFile(source);
+    if (!ok) {
+        to.discardFile(destination);
+        return false;
+    }
+    to.closeFile(destination);
+    return true;
+}
+
+void skipRead(QIODevice *device, unsigned int count)
+{
+    char buffer[256];
+    while (count > 0) {
+        const unsigned int piece = std::min(count, 256u);
+        device->read(buffer, piece);
+        count -= piece;
+    }
+}
+
+QString fixFileCase(const QString &basePath, Archive &archive, const QString &name)
+{
+    QString candidate = basePath + name;
+    if (!archive.fileExists(candidate)) {
+        candidate = basePath;
+        const QStringList parts = name.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+        for (int i = 0; i < parts.size(); ++i) {
+            QString part = parts.at(i);
+            const QDir::Filters filter = i == parts.size() - 1 ? QDir::Files : QDir::Dirs;
+            const QStringList entries = archive.entries(candidate, filter, QDir::Size);
+            for (const QString &entry : entries) {
+                if (entry.compare(part, Qt::CaseInsensitive) == 0) {
+                    part = entry;
+                    break;
+                }
+            }
+            if (!candidate.endsWith(QLatin1Char('/')))
+                candidate += QLatin1Char('/');
+            candidate += part;
+        }
+    }
+    return archive.absoluteFileName(candidate);
+}
+
+QString absolutePathToRelative(const QString &path, const QString &base)
+{
+    QString p = path;
+    QString b = base;
+    p.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    b.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    if (!b.endsWith(QLatin1Char('/')))
+        b += QLatin1Char('/');
+
+    int last = -1;
+    for (int i = 0; i < p.size() && i < b.size() && p.at(i) == b.at(i); ++i)
+        if (p.at(i) == QLatin1Char('/'))
+            last = i;
+    // No directory in common (another drive, say): nothing of path may be lost.
+    if (last < 0)
+        return p;
+    if (last == 0 && b == QLatin1String("/"))
+        return p;
+
+    QString result;
+    for (int i = last + 1; i < b.size(); ++i)
+        if (b.at(i) == QLatin1Char('/'))
+            result += QStringLiteral("../");
+    return result + p.mid(last + 1);
+}
+
+QByteArray fileExtension(const QString &name)
+{
+    return QFileInfo(name).suffix().toUpper().toLatin1();
+}
+
+QString randomString(int length)
+{
+    static const char characters[] =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    QString result;
+    if (length < 1)
+        return result;
+    result.reserve(length);
+    for (int i = 0; i < length; ++i)
+        result += QLatin1Char(characters[QRandomGenerator::global()->bounded(62)]);
+    return result;
+}
+
+bool fileNameLessThan(const QString &a, const QString &b)
+{
+    static const QRegExp patternA(QStringLiteral("([^\\d]*)(\\d+)\\.[\\S]+"), Qt::CaseSensitive);
+    static const QRegExp patternB(patternA);
+    QRegExp ra = patternA; // QRegExp keeps match state: each comparison uses its own copies
+    QRegExp rb = patternB;
+    if (!ra.exactMatch(a) || !rb.exactMatch(b))
+        return a < b;
+    const int byName = QString::compare(ra.cap(1), rb.cap(1));
+    if (byName != 0)
+        return byName < 0;
+    // Compare the numbers without converting them, so that no length overflows.
+    auto digits = [](const QString &number) {
+        int i = 0;
+        while (i < number.size() - 1 && number.at(i) == QLatin1Char('0'))
+            ++i;
+        return number.mid(i);
+    };
+    const QString na = digits(ra.cap(2));
+    const QString nb = digits(rb.cap(2));
+    if (na.size() != nb.size())
+        return na.size() < nb.size();
+    return na < nb;
+}
+
+static QFileDialog::Options openDialogOptions()
+{
+    Interface *host = Interface::instance();
+    const bool native =
+        host && host->option(QStringLiteral("use_native_open"), QVariant()).toBool();
+    return native ? QFileDialog::Options() : QFileDialog::DontUseNativeDialog;
+}
+
+QString getOpenFileName(QWidget *parent, const QString &caption, const QString &directory,
+                        const QString &filter)
+{
+    return QFileDialog::getOpenFileName(parent, caption, directory, filter, nullptr,
+                                        openDialogOptions());
+}
+
+QStringList getOpenFileNames(QWidget *parent, const QString &caption, const QString &directory,
+                             const QString &filter)
+{
+    QStringList names = QFileDialog::getOpenFileNames(parent, caption, directory, filter,
+                                                      nullptr, openDialogOptions());
+    Interface *host = Interface::instance();
+    if (host && host->option(QStringLiteral("sort_file_names"), QVariant()).toBool())
+        std::sort(names.begin(), names.end(), fileNameLessThan);
+    return names;
+}
+
+QString getSaveFileName(QWidget *parent, const QString &caption, const QString &directory,
+                        const QString &filter)
+{
+    return QFileDialog::getSaveFileName(parent, caption, directory, filter, nullptr,
+                                        QFileDialog::Options());
+}
+
+QString getExistingDirectory(QWidget *parent, const QString &caption, const QString &directory)
+{
+    return QFileDialog::getExistingDirectory(parent, caption, directory,
+                                             QFileDialog::ShowDirsOnly);
+}
+
+} // namespace Zorn

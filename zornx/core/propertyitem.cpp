@@ -1,0 +1,7 @@
+#include "propertyitem.h"
+
+namespace Zorn {
+
+PropertyItem::~PropertyItem() = default;
+
+} // namespace Zorn

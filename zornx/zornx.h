@@ -1,0 +1,19 @@
+#ifndef ZORNX_ZORNX_H
+#define ZORNX_ZORNX_H
+
+// Every public header of the library.
+
+#include <zornx/global.h>
+
+#include <zornx/core/archive.h>
+#include <zornx/core/color.h>
+#include <zornx/core/interface.h>
+#include <zornx/core/object.h>
+#include <zornx/core/propertyitem.h>
+#include <zornx/core/translator.h>
+
+#include <zornx/project/parentproject.h>
+#include <zornx/project/project.h>
+#include <zornx/project/projectfile.h>
+
+#endif
