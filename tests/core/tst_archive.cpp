@@ -1,4 +1,292 @@
+#include "dialogresponder.h"
+#include "memoryarchive.h"
+#include "testinterface.h"
+
+#include <zornx/core/archive.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
-class T : public QObject { Q_OBJECT };
-QTEST_MAIN(T)
+
+using namespace Zorn;
+
+class tst_Archive : public QObject
+{
+    Q_OBJECT
+private:
+    static QByteArray readAll(const QString &name)
+    {
+        QFile file(name);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+    }
+    static void write(const QString &name, const QByteArray &bytes)
+    {
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    static QStringList dirEntries(const QString &dir)
+    {
+        return QDir(dir).entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
+    }
+
+private Q_SLOTS:
+    void relativePath_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("base");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("sibling") << "a/c.txt" << "a/b" << "../c.txt";
+        QTest::newRow("inside") << "a/b/c.txt" << "a/b" << "c.txt";
+        QTest::newRow("shared prefix") << "a/bd/e" << "a/bc" << "../bd/e";
+        QTest::newRow("equal") << "a/b" << "a/b" << "b";
+        QTest::newRow("backslashes") << "a\\b\\c.txt" << "a\\b" << "c.txt";
+        QTest::newRow("deeper base") << "a/x.txt" << "a/b/c" << "../../x.txt";
+        QTest::newRow("nothing shared") << "x/y" << "a/b" << "../../x/y";
+    }
+    void relativePath()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, base);
+        QFETCH(QString, expected);
+        Archive &fs = FileSystemArchive::instance();
+        QCOMPARE(fs.relativePath(path, &fs, base), expected);
+        ZornTest::MemoryArchive other;
+        QCOMPARE(fs.relativePath(path, &other, base), path);
+    }
+
+    void absolutePathToRelative_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("base");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("inside") << "/g/chars/kfm/kfm.def" << "/g/chars" << "kfm/kfm.def";
+        QTest::newRow("trailing slash") << "/g/chars/kfm.def" << "/g/chars/" << "kfm.def";
+        QTest::newRow("up") << "/g/data/x.def" << "/g/chars/kfm" << "../../data/x.def";
+        QTest::newRow("root base") << "/x/y" << "/" << "/x/y";
+        QTest::newRow("windows") << "C:\\g\\a\\b.txt" << "C:\\g" << "a/b.txt";
+        QTest::newRow("other drive") << "D:/a/b.txt" << "C:/g" << "D:/a/b.txt";
+    }
+    void absolutePathToRelative()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, base);
+        QFETCH(QString, expected);
+        QCOMPARE(Zorn::absolutePathToRelative(path, base), expected);
+    }
+
+    void fixFileCase()
+    {
+        QTemporaryDir dir;
+        QVERIFY(QDir(dir.path()).mkpath("Chars/KFM"));
+        write(dir.path() + "/Chars/KFM/Kfm.Def", "x");
+        const QString base = dir.path() + "/";
+        Archive &fs = FileSystemArchive::instance();
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/kfm/kfm.def"), base + "Chars/KFM/Kfm.Def");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "Chars/KFM/Kfm.Def"), base + "Chars/KFM/Kfm.Def");
+        // A part that matches nothing is kept as given; the parts before it are still fixed.
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars//kfm/none.def"),
+                 base + "Chars/KFM/none.def");
+        // A directory does not match the file part, nor a file a directory part.
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/kfm.def/x"), base + "Chars/kfm.def/x");
+    }
+
+    void fileSystemQueries()
+    {
+        QTemporaryDir dir;
+        FileSystemArchive &fs = FileSystemArchive::instance();
+        const QString name = dir.path() + "/sub/file.txt";
+        QVERIFY(fs.name().isEmpty() && fs.path().isEmpty() && !fs.isReadOnly());
+        QCOMPARE(fs.absoluteFilePath(name), dir.path() + "/sub");
+        QCOMPARE(fs.absoluteFileName(name), name);
+        QVERIFY(fs.absoluteFilePath(QString()).isEmpty());
+        QVERIFY(fs.absoluteFileName(QString()).isEmpty());
+        QVERIFY(fs.isWritable(name)); // does not exist yet
+        QVERIFY(!fs.fileExists(name));
+        QVERIFY(!fs.openFile(name, QIODevice::ReadOnly));
+
+        // Releases never destroy the singleton.
+        for (int i = 0; i < 3; ++i)
+            fs.release();
+        QVERIFY(!fs.fileExists(name));
+
+        QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
+        QVERIFY(device);
+        device->write("x");
+        fs.closeFile(device);
+        QVERIFY(fs.fileExists(name));
+        QVERIFY(fs.directoryExists(dir.path() + "/sub"));
+        write(dir.path() + "/sub/b.dat", "yy");
+        QDir(dir.path()).mkpath("sub/d");
+        QCOMPARE(fs.entries(dir.path() + "/sub", QDir::Files, QDir::Name),
+                 QStringList({"b.dat", "file.txt"}));
+        QCOMPARE(fs.entries(dir.path() + "/sub", {"*.txt"}, QDir::Files, QDir::Name),
+                 QStringList({"file.txt"}));
+        QCOMPARE(fs.entries(dir.path() + "/sub", QDir::AllEntries, QDir::Name),
+                 QStringList({"b.dat", "d", "file.txt"}));
+        QVERIFY(fs.renameFile(name, dir.path() + "/sub/c.txt"));
+        QVERIFY(fs.removeFile(dir.path() + "/sub/c.txt"));
+        QVERIFY(!fs.fileExists(dir.path() + "/sub/c.txt"));
+    }
+
+    void newFileIsWrittenDirectly()
+    {
+        QTemporaryDir dir;
+        FileSystemArchive &fs = FileSystemArchive::instance();
+        const QString name = dir.path() + "/deep/er/new.txt";
+        QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
+        QVERIFY(device);
+        device->write("hello");
+        device->waitForBytesWritten(0);
+        // No temporary file: the directory holds the file itself.
+        QCOMPARE(dirEntries(dir.path() + "/deep/er"), QStringList({"new.txt"}));
+        fs.discardFile(device);
+        QVERIFY(dirEntries(dir.path() + "/deep/er").isEmpty());
+
+        device = fs.openFile(name, QIODevice::WriteOnly);
+        device->write("hello");
+        fs.closeFile(device);
+        QCOMPARE(readAll(name), QByteArray("hello"));
+    }
+
+    void existingFileIsReplacedOnClose()
+    {
+        QTemporaryDir dir;
+        FileSystemArchive &fs = FileSystemArchive::instance();
+        const QString name = dir.path() + "/file.txt";
+        write(name, "old contents");
+        QFile::setPermissions(name, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+
+        QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
+        QVERIFY(device);
+        device->write("new");
+        // Until the close, the old file is intact and the new bytes live beside it.
+        QCOMPARE(readAll(name), QByteArray("old contents"));
+        QCOMPARE(dirEntries(dir.path()).size(), 2);
+        fs.closeFile(device);
+        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(dirEntries(dir.path()), QStringList({"file.txt"}));
+        QCOMPARE(QFile::permissions(name) & 0x7077, // owner, group, other
+                 QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+
+        // A discard leaves the old file untouched and no temporary file behind.
+        device = fs.openFile(name, QIODevice::WriteOnly);
+        device->write("dropped");
+        fs.discardFile(device);
+        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(dirEntries(dir.path()), QStringList({"file.txt"}));
+
+        // Read-write starts from a copy of the old contents.
+        device = fs.openFile(name, QIODevice::ReadWrite);
+        QVERIFY(device);
+        QCOMPARE(device->readAll(), QByteArray("new"));
+        device->write("er");
+        fs.closeFile(device);
+        QCOMPARE(readAll(name), QByteArray("newer"));
+
+        // Discarding a file opened only for reading never removes it.
+        device = fs.openFile(name, QIODevice::ReadOnly);
+        fs.discardFile(device);
+        QCOMPARE(readAll(name), QByteArray("newer"));
+    }
+
+    void copyFile()
+    {
+        QTemporaryDir dir;
+        FileSystemArchive &fs = FileSystemArchive::instance();
+        QByteArray big(300000, Qt::Uninitialized);
+        for (int i = 0; i < big.size(); ++i)
+            big[i] = char(i * 7 + i / 1000);
+        write(dir.path() + "/a.bin", big);
+        QVERIFY(!Zorn::copyFile(fs, dir.path() + "/a.bin", fs, dir.path() + "/a.bin"));
+        QVERIFY(!Zorn::copyFile(fs, dir.path() + "/none", fs, dir.path() + "/b.bin"));
+        QVERIFY(!QFile::exists(dir.path() + "/b.bin"));
+        QVERIFY(Zorn::copyFile(fs, dir.path() + "/a.bin", fs, dir.path() + "/b.bin"));
+        QCOMPARE(readAll(dir.path() + "/b.bin"), big);
+
+        // Across archives, in both directions.
+        ZornTest::MemoryArchive memory;
+        QVERIFY(Zorn::copyFile(fs, dir.path() + "/a.bin", memory, "m/a.bin"));
+        QCOMPARE(memory.files.value("m/a.bin"), big);
+        QVERIFY(Zorn::copyFile(memory, "m/a.bin", fs, dir.path() + "/c.bin"));
+        QCOMPARE(readAll(dir.path() + "/c.bin"), big);
+        memory.readOnly = true;
+        QVERIFY(!Zorn::copyFile(fs, dir.path() + "/a.bin", memory, "m/b.bin"));
+    }
+
+    void skipRead()
+    {
+        QByteArray bytes(1000, 'a');
+        bytes[700] = 'b';
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::ReadOnly);
+        Zorn::skipRead(&buffer, 700);
+        QCOMPARE(buffer.pos(), qint64(700));
+        QCOMPARE(buffer.read(1), QByteArray("b"));
+        Zorn::skipRead(&buffer, 5000); // past the end: no harm
+        QVERIFY(buffer.atEnd());
+    }
+
+    void randomStringAndExtension()
+    {
+        QVERIFY(Zorn::randomString(0).isEmpty());
+        QVERIFY(Zorn::randomString(-3).isEmpty());
+        const QString s = Zorn::randomString(500);
+        QCOMPARE(s.size(), 500);
+        QVERIFY(QRegExp("[A-Za-z0-9]+").exactMatch(s));
+        QVERIFY(Zorn::randomString(12) != Zorn::randomString(12));
+        QCOMPARE(Zorn::fileExtension("/a/b/Sprite.pcx"), QByteArray("PCX"));
+        QCOMPARE(Zorn::fileExtension("/a.b/noext"), QByteArray());
+    }
+
+    void fileNameOrder()
+    {
+        QStringList names = {"frame10.pcx", "frame2.pcx", "frame1.pcx", "a.pcx",
+                             "frame002.pcx", "b10.pcx", "b9.pcx", "frame99999999999999999.pcx"};
+        std::sort(names.begin(), names.end(), Zorn::fileNameLessThan);
+        QCOMPARE(names, QStringList({"a.pcx", "b9.pcx", "b10.pcx", "frame1.pcx", "frame2.pcx",
+                                     "frame002.pcx", "frame10.pcx",
+                                     "frame99999999999999999.pcx"}));
+    }
+
+    void yesNoQuestions()
+    {
+        // Without a host nothing is asked.
+        QVERIFY(Interface::yesNoBool("t", "x", "k", true));
+        QVERIFY(Interface::yesNoOption("t", "x", "k", 1));
+        QVERIFY(!Interface::yesNoOption("t", "x", "k", 2));
+
+        ZornTest::TestInterface host;
+        ZornTest::DialogResponder responder;
+        host.options["ask"] = 0;
+        responder.answer(QMessageBox::No);
+        QVERIFY(!Interface::yesNoOption("Title", "Question?", "ask", 1));
+        QCOMPARE(responder.seen.size(), 1);
+        QCOMPARE(responder.seen[0].title, QString("Title"));
+        QCOMPARE(responder.seen[0].text,
+                 QString("Question?\nNote: Choose 'Yes to all' or 'No to all' to avoid "
+                         "displaying this message again."));
+        responder.answer(QMessageBox::NoToAll);
+        QVERIFY(!Interface::yesNoOption("Title", "Question?", "ask", 1));
+        QCOMPARE(host.options["ask"].toInt(), 2);
+        QVERIFY(!Interface::yesNoOption("Title", "Question?", "ask", 1)); // no dialog now
+        host.options["ask"] = 0;
+        responder.answer(QMessageBox::YesToAll);
+        QVERIFY(Interface::yesNoOption("Title", "Question?", "ask", 1));
+        QCOMPARE(host.options["ask"].toInt(), 1);
+        QCOMPARE(responder.seen.size(), 3);
+
+        // yesNoBool: the key asks while true; "Yes to All" stores false.
+        responder.answer(QMessageBox::YesToAll);
+        QVERIFY(Interface::yesNoBool("T", "Sure?", "confirm", true));
+        QCOMPARE(responder.seen.last().text,
+                 QString("Sure?\nNote: Choose 'Yes to all' to avoid displaying this message "
+                         "again."));
+        QCOMPARE(host.options["confirm"], QVariant(false));
+        QVERIFY(Interface::yesNoBool("T", "Sure?", "confirm", true));
+        QCOMPARE(responder.seen.size(), 4);
+    }
+};
+
+QTEST_MAIN(tst_Archive)
 #include "tst_archive.moc"

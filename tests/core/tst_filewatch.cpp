@@ -1,4 +1,174 @@
+#include "dialogresponder.h"
+#include "memoryarchive.h"
+#include "testengine.h"
+#include "testinterface.h"
+
+#include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
-class T : public QObject { Q_OBJECT };
-QTEST_MAIN(T)
+
+using namespace Zorn;
+using ZornTest::IniFile;
+
+namespace {
+
+// Files are released, not deleted: a small owner for the tests.
+struct Files
+{
+    ~Files()
+    {
+        for (IniFile *f : list)
+            f->release();
+    }
+    IniFile *open(const QString &name)
+    {
+        auto *file = new IniFile;
+        list.append(file);
+        if (!file->fromFile(FileSystemArchive::instance(), name, 0, nullptr))
+            return nullptr;
+        return file;
+    }
+    QList<IniFile *> list;
+};
+
+void writeOutside(const QString &name, const QByteArray &bytes)
+{
+    QFile file(name);
+    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Append));
+    file.write(bytes);
+}
+
+// Long enough for a notification that is coming to arrive.
+void settle()
+{
+    QTest::qWait(300);
+}
+
+} // namespace
+
+class tst_FileWatch : public QObject
+{
+    Q_OBJECT
+private:
+    QTemporaryDir dir;
+    QString name;
+    std::unique_ptr<ZornTest::TestInterface> host;
+
+private Q_SLOTS:
+    void init()
+    {
+        name = dir.path() + "/watched.ini";
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write("a = 1\n");
+        file.close();
+        host = std::make_unique<ZornTest::TestInterface>();
+        host->options["enable_file_watcher"] = true;
+        host->options["showmsg_reload_file"] = 1;
+    }
+    void cleanup() { host.reset(); }
+
+    void ownSaveDoesNotReloadButOthersDo()
+    {
+        Files files;
+        IniFile *writer = files.open(name);
+        IniFile *reader = files.open(name);
+        QVERIFY(writer && reader);
+        writer->setValue("a", "2");
+        QVERIFY(writer->toFile(FileSystemArchive::instance(), name, 0, nullptr));
+        QTRY_COMPARE(reader->reloads, 1);
+        QCOMPARE(reader->value("a"), QString("2"));
+        settle();
+        QCOMPARE(writer->reloads, 0);
+        QCOMPARE(reader->reloads, 1);
+
+        // The watch survived the replacement: a later outside change reaches both.
+        writeOutside(name, "b = 3\n");
+        QTRY_COMPARE(writer->reloads, 1);
+        QTRY_COMPARE(reader->reloads, 2);
+        QCOMPARE(writer->value("b"), QString("3"));
+    }
+
+    void pauseSwallowsExactlyOneNotification()
+    {
+        Files files;
+        IniFile *file = files.open(name);
+        file->pauseWatch(true);
+        writeOutside(name, "b = 1\n");
+        settle();
+        QCOMPARE(file->reloads, 0);
+        writeOutside(name, "c = 1\n");
+        QTRY_COMPARE(file->reloads, 1);
+    }
+
+    void copiesAndOtherArchivesLeaveTheWatchAlone()
+    {
+        Files files;
+        IniFile *file = files.open(name);
+        // A copy elsewhere neither moves the watch nor arms skipNext.
+        QVERIFY(file->toFile(FileSystemArchive::instance(), dir.path() + "/copy.ini",
+                             ProjectFile::Copy, nullptr));
+        QCOMPARE(file->fileName(), name);
+        writeOutside(name, "b = 1\n");
+        QTRY_COMPARE(file->reloads, 1);
+        writeOutside(dir.path() + "/copy.ini", "x = 1\n");
+        settle();
+        QCOMPARE(file->reloads, 1);
+
+        // Only the file system archive is watched: loading from another changes nothing.
+        ZornTest::MemoryArchive memory;
+        file->fileLoaded(memory, "m.ini", false);
+        writeOutside(name, "c = 1\n");
+        QTRY_COMPARE(file->reloads, 2);
+    }
+
+    void disabledWatcherAndAskingHost()
+    {
+        Files files;
+        IniFile *file = files.open(name);
+        host->options["enable_file_watcher"] = false;
+        writeOutside(name, "b = 1\n");
+        settle();
+        QCOMPARE(file->reloads, 0);
+
+        host->options["enable_file_watcher"] = true;
+        host->options["showmsg_reload_file"] = 0;
+        ZornTest::DialogResponder responder;
+        responder.answer(QMessageBox::No);
+        writeOutside(name, "c = 1\n");
+        QTRY_COMPARE(responder.seen.size(), 1);
+        QCOMPARE(responder.seen[0].title, QString("File modified"));
+        QVERIFY(responder.seen[0].text.startsWith(
+            QString("The file '%1' has been modified. Do you want to reload all other "
+                    "instances of this file now?\n")
+                .arg(name)));
+        settle();
+        QCOMPARE(file->reloads, 0);
+
+        responder.answer(QMessageBox::Yes);
+        writeOutside(name, "d = 1\n");
+        QTRY_COMPARE(file->reloads, 1);
+    }
+
+    void closedFileStopsWatching()
+    {
+        Files files;
+        IniFile *first = files.open(name);
+        IniFile *second = files.open(name);
+        files.list.removeOne(first);
+        first->release(); // destroyed while watching: the entry keeps only the second
+        writeOutside(name, "b = 1\n");
+        QTRY_COMPARE(second->reloads, 1);
+        // Loading another name moves the object's watch.
+        const QString other = dir.path() + "/other.ini";
+        writeOutside(other, "x = 1\n");
+        QVERIFY(second->fromFile(FileSystemArchive::instance(), other, 0, nullptr));
+        writeOutside(name, "c = 1\n");
+        settle();
+        QCOMPARE(second->reloads, 1);
+        writeOutside(other, "y = 1\n");
+        QTRY_COMPARE(second->reloads, 2);
+    }
+};
+
+QTEST_MAIN(tst_FileWatch)
 #include "tst_filewatch.moc"

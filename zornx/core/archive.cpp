@@ -252,17 +252,22 @@ bool File::commit()
         return true;
 
     const QString targetName = target.fileName();
+    const QString temporaryName = fileName();
+    // Without the new contents the old file stays: only the rename below fails then.
+    auto removeTarget = [&] {
+        return !QFile::exists(temporaryName) || !QFile::exists(targetName)
+            || QFile::remove(targetName);
+    };
     if (!retryFileOperation(
             "File error!",
             "Can't replace contents of file '%1'. Do you want to try again?\nObs.: You can "
             "delete the file and rename the temporary one manually. Seems that something is "
             "preventing the file to be replaced.",
-            targetName, [&] { return !QFile::exists(targetName) || QFile::remove(targetName); })) {
+            targetName, removeTarget)) {
         discard();
         return false;
     }
     QThread::msleep(20);
-    const QString temporaryName = fileName();
     return retryFileOperation(
         "File rename error!",
         "Can't rename temporary file to '%1'. Do you want to try again?\nObs.: You can rename it "

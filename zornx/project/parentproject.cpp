@@ -1,5 +1,7 @@
 #include "parentproject.h"
 
+#include "projectfile.h"
+
 #include <zornx/core/archive.h>
 
 namespace Zorn {
@@ -13,6 +15,8 @@ public:
 ParentProject::ParentProject(Archive &archive, QObject *parent)
     : QAbstractItemModel(parent), d(new ParentProjectPrivate)
 {
+    qRegisterMetaType<Zorn::ProjectFile *>();
+    qRegisterMetaType<const Zorn::ProjectFile *>();
     d->archive = &archive;
     archive.addRef();
 }

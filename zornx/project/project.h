@@ -23,6 +23,7 @@ class ZORNX_EXPORT Project : public QObject, public Object
     Q_OBJECT
 public:
     enum FileType { Main = 0, Sprites = 1, Sounds = 2, Animations = 3, Scripts = 4 };
+    Q_ENUM(FileType)
 
     // A file of the project, relative to the directory of its main file.
     struct ExternalFile

@@ -4,6 +4,7 @@
 #include <zornx/core/object.h>
 
 #include <QtCore/QFlags>
+#include <QtCore/QMetaType>
 #include <QtCore/QList>
 #include <QtCore/QRegExp>
 #include <QtCore/QStringList>
@@ -155,5 +156,8 @@ public:
 };
 
 } // namespace Zorn
+
+Q_DECLARE_METATYPE(Zorn::ProjectFile *)
+Q_DECLARE_METATYPE(const Zorn::ProjectFile *)
 
 #endif
