@@ -377,7 +377,8 @@ FileWatchObject::~FileWatchObject()
 {
     for (auto it = watcherManager->entries.begin(); it != watcherManager->entries.end(); ++it) {
         if (it->objects.contains(this)) {
-            watcherManager->detach(this, it.key());
+            const QString name = it.key(); // detach() may erase the entry that holds the key
+            watcherManager->detach(this, name);
             break;
         }
     }
