@@ -7,13 +7,19 @@
 
 #include <zornx/core/archive.h>
 #include <zornx/core/color.h>
+#include <zornx/core/engine.h>
+#include <zornx/core/extension.h>
 #include <zornx/core/interface.h>
+#include <zornx/core/messages.h>
 #include <zornx/core/object.h>
+#include <zornx/core/plaintranslator.h>
 #include <zornx/core/propertyitem.h>
 #include <zornx/core/translator.h>
 
+#include <zornx/project/organizable.h>
 #include <zornx/project/parentproject.h>
 #include <zornx/project/project.h>
 #include <zornx/project/projectfile.h>
+#include <zornx/project/treemodel.h>
 
 #endif

@@ -126,7 +126,7 @@ private Q_SLOTS:
     {
         MemoryArchive root;
         root.files["main.ini"] = "name = x\n";
-        ZornTest::TestParentProject parent(root);
+        ZornTest::TestParentProject parent(QString(), root, nullptr, false);
         auto *main = new IniFile;
         QVERIFY(main->fromFile(root, "main.ini", 0, nullptr));
         ZornTest::TestProject project(&parent, 0, main, true); // takes our reference
@@ -151,7 +151,7 @@ private Q_SLOTS:
     void optionChain()
     {
         MemoryArchive root;
-        ZornTest::TestParentProject parent(root);
+        ZornTest::TestParentProject parent(QString(), root, nullptr, false);
         auto *main = new IniFile;
         main->setOption("parseCode", false);
         main->setOption("own", 1);

@@ -115,4 +115,110 @@ void IniFile::replace(const QList<SearchResult> &results, const QString &replace
     modified = modified || !results.isEmpty();
 }
 
+TestParentProject::TestParentProject(const QString &path, Zorn::Archive &archive,
+                                     Zorn::Engine *engine, bool tree)
+    : Zorn::ParentProject(path, archive), testEngine(engine)
+{
+    if (tree) {
+        addPath(QStringLiteral("chars"), ListDirectories, QStringList());
+        addPath(QStringLiteral("data"), ListFiles, QStringList({QStringLiteral("*.ini")}));
+    }
+}
+
+void TestParentProject::collectFiles(const QString &directory, QStringList &files)
+{
+    Zorn::Archive &store = archive();
+    const QString base = basePath();
+    QStringList dirs = {directory};
+    while (!dirs.isEmpty()) {
+        QString dir = dirs.takeFirst();
+        if (!dir.isEmpty() && !dir.endsWith(QLatin1Char('/')))
+            dir += QLatin1Char('/');
+        const QStringList found = store.entries(base + dir, QDir::Files, QDir::Name);
+        for (const QString &file : found)
+            files.append(dir + file);
+        const QStringList sub = store.entries(base + dir, QDir::Dirs, QDir::Name);
+        for (const QString &d : sub)
+            dirs.append(dir + d);
+    }
+}
+
+static const char *const listKeys[] = {nullptr, "sprites", "sounds", "animations", "scripts"};
+
+TestProject *TestProject::open(Zorn::ParentProject *parent, const QString &mainFile)
+{
+    Zorn::Archive &store = parent ? parent->archive() : Zorn::FileSystemArchive::instance();
+    auto *main = new IniFile;
+    if (!main->fromFile(store, mainFile, 0, nullptr)) {
+        main->release();
+        return nullptr;
+    }
+    auto *project = new TestProject(parent, 0, main, true);
+    const QString directory = store.absoluteFilePath(mainFile);
+    QList<ExternalFile> files;
+    project->externalFiles(files);
+    for (const ExternalFile &entry : qAsConst(files)) {
+        auto *file = new IniFile;
+        if (file->fromFile(store, directory + QLatin1Char('/') + entry.name, 0, nullptr))
+            project->addFile(file, entry.id);
+        else
+            file->release();
+    }
+    project->addToParent();
+    return project;
+}
+
+QString TestProject::name() const
+{
+    const auto *main = static_cast<const IniFile *>(mainFile());
+    return main->value(QStringLiteral("name"));
+}
+
+void TestProject::externalFiles(QList<ExternalFile> &list) const
+{
+    const auto *main = static_cast<const IniFile *>(mainFile());
+    for (int type = 1; type < 5; ++type) {
+        const QStringList names = main->value(QString::fromLatin1(listKeys[type]))
+                                      .split(QLatin1Char(','), Qt::SkipEmptyParts);
+        for (const QString &name : names) {
+            ExternalFile file;
+            file.id = type;
+            file.name = name.trimmed();
+            list.append(file);
+        }
+    }
+}
+
+} // namespace ZornTest
+
+namespace ZornTest {
+
+QString TestEngine::queryString(StringType type, unsigned int index) const
+{
+    static const char *const typeNames[] = {"Main", "Sprites", "Sounds", "Animations",
+                                            "Scripts"};
+    switch (type) {
+    case LineComment:
+        return index == 0 ? QStringLiteral(";") : QString();
+    case GameMarkerFile:
+        return index == 0 ? QStringLiteral("game.ini") : QString();
+    case FileTypeName:
+        return index < 5 ? QString::fromLatin1(typeNames[index]) : QString();
+    }
+    return QString();
+}
+
+QMap<int, QString> TestEngine::singleFileFilters() const
+{
+    QMap<int, QString> filters;
+    filters.insert(0, QStringLiteral("Ini files (*.ini)"));
+    filters.insert(4, QStringLiteral("Scripts (*.ini *.txt)"));
+    return filters;
+}
+
+Zorn::ProjectFile *TestEngine::createFile(int type, Zorn::Project *)
+{
+    return type >= 0 && type < 5 ? new IniFile : nullptr;
+}
+
 } // namespace ZornTest

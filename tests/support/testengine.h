@@ -5,6 +5,7 @@
 // supply, over an ini-like text format ("key = value" lines, ';' comments).
 
 #include <zornx/core/archive.h>
+#include <zornx/core/engine.h>
 #include <zornx/project/parentproject.h>
 #include <zornx/project/project.h>
 #include <zornx/project/projectfile.h>
@@ -45,25 +46,61 @@ protected:
     Zorn::Messages *fileMessages() const override { return nullptr; }
 };
 
+// A game directory: "chars/" holds one directory per character (each the place of a project)
+// and "data/" lists its .ini files. engine() is the one given, which may be null.
 class TestParentProject : public Zorn::ParentProject
 {
     Q_OBJECT
 public:
-    using Zorn::ParentProject::ParentProject;
-    Zorn::Engine *engine() const override { return nullptr; }
+    TestParentProject(const QString &path, Zorn::Archive &archive,
+                      Zorn::Engine *engine = nullptr, bool tree = true);
+    Zorn::Engine *engine() const override { return testEngine; }
+    using Zorn::ParentProject::addPath;
+    using Zorn::ParentProject::removePath;
+
+    int freed = 0;
+    Zorn::Engine *testEngine;
+
+protected:
+    void collectFiles(const QString &directory, QStringList &files) override;
+    void free() override { ++freed; }
 };
 
-// A project whose main file is an IniFile.
+// A content item defined by a main file that lists its other files:
+//     [Files]
+//     sprites = a.sff, b.sff        (type 1; sounds 2, animations 3, scripts 4)
+// Every listed file is opened as an IniFile; a missing one is skipped.
 class TestProject : public Zorn::Project
 {
     Q_OBJECT
 public:
+    // Opens the main file and everything it lists, then enters the parent's tree.
+    static TestProject *open(Zorn::ParentProject *parent, const QString &mainFile);
     using Zorn::Project::Project;
-    QString name() const override { return QStringLiteral("test"); }
+
+    QString name() const override;
     QString version() const override { return QStringLiteral("1.0"); }
     QPair<int, int> gameResolution() const override { return qMakePair(320, 240); }
     QPair<double, double> localScale() const override { return qMakePair(1.0, 1.0); }
-    void externalFiles(QList<ExternalFile> &) const override {}
+    void externalFiles(QList<ExternalFile> &list) const override;
+
+    using Zorn::Project::addToParent;
+    using Zorn::Project::fileHierarchyChanged;
+    using Zorn::Project::reload;
+    using Zorn::Project::takeFile;
+};
+
+// The engine of the test module: ';' comments, "game.ini" marks a game directory, and the
+// five project file types have plain names. createFile() gives an IniFile.
+class TestEngine : public Zorn::Engine
+{
+    Q_OBJECT
+public:
+    explicit TestEngine(const QString &name = QStringLiteral("test")) : Zorn::Engine(name) {}
+
+    QString queryString(StringType type, unsigned int index) const override;
+    QMap<int, QString> singleFileFilters() const override;
+    Zorn::ProjectFile *createFile(int type, Zorn::Project *project) override;
 };
 
 } // namespace ZornTest

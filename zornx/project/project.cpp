@@ -5,50 +5,78 @@
 #include "projectfile_p.h"
 
 #include <zornx/core/archive.h>
+#include <zornx/core/engine.h>
 #include <zornx/core/interface.h>
+#include <zornx/core/messages.h>
 
-#include <QtCore/QMap>
+#include <QtCore/QFileInfo>
 
 namespace Zorn {
 
-class ProjectPrivate
+// The record is the project's message list.
+class ProjectPrivate : public MessageList
 {
 public:
-    explicit ProjectPrivate(ParentProject *parent, ProjectFile *mainFile)
-        : parent(parent), mainFile(mainFile)
+    ProjectPrivate(Project *project, ParentProject *parent, ProjectFile *mainFile)
+        : MessageList(project), parent(parent), mainFile(mainFile)
     {
         mainFile->addRef();
     }
-    ~ProjectPrivate() { mainFile->release(); }
+    ~ProjectPrivate() override { mainFile->release(); }
 
     ParentProject *parent;
     ProjectFile *mainFile;
     QMap<QString, QVariant> options;
-    QMap<ProjectFile *, quint32> files;
+    QMap<ProjectFile *, Project::FileTypes> files;
     QMap<int, unsigned int> selected;
     QMap<int, QList<ProjectFile *>> byType;
 };
 
+namespace {
+
+// Joins two path pieces with exactly one '/' between them.
+QString joinPath(const QString &a, const QString &b)
+{
+    if (a.isEmpty() || b.isEmpty())
+        return a + b;
+    const bool aSlash = a.endsWith(QLatin1Char('/'));
+    const bool bSlash = b.startsWith(QLatin1Char('/'));
+    if (aSlash && bSlash)
+        return a + b.mid(1);
+    return aSlash || bSlash ? a + b : a + QLatin1Char('/') + b;
+}
+
+// name below directory, with the separator boundary: "/a/bc" is not below "/a/b".
+bool isBelow(const QString &name, const QString &directory)
+{
+    if (directory.isEmpty())
+        return true;
+    if (!name.startsWith(directory))
+        return false;
+    return directory.endsWith(QLatin1Char('/')) || name.size() == directory.size()
+        || name.at(directory.size()) == QLatin1Char('/');
+}
+
+} // namespace
+
 Project::Project(ParentProject *parent, int type, ProjectFile *mainFile, bool add)
-    : projectType(type), d(new ProjectPrivate(parent, mainFile)), projectArchive(nullptr)
+    : projectType(type), d(new ProjectPrivate(this, parent, mainFile)), projectArchive(nullptr)
 {
     if (parent) {
         projectArchive = &parent->archive();
         projectArchive->addRef();
     }
 
-    // The main file brings the code switches along; they become the project's and the host's.
+    // The main file brings the code switches; they become the project's and the host's.
     Interface *host = Interface::instance();
-    static const char *const keys[] = {"parseCode", "highlightCode", "modelCode"};
-    for (const char *key : keys) {
+    for (const char *key : {"parseCode", "highlightCode", "modelCode"}) {
         const QString name = QString::fromLatin1(key);
         const QVariant value = mainFile->option(name);
         if (host)
             host->setOption(name, value);
         setOption(name, value, false);
     }
-    static const char *const cleared[] = {"highlightCode", "parseCode", "modelCode"};
-    for (const char *key : cleared)
+    for (const char *key : {"highlightCode", "parseCode", "modelCode"})
         mainFile->setOption(QString::fromLatin1(key), QVariant(), false, false);
 
     if (add)
@@ -57,6 +85,11 @@ Project::Project(ParentProject *parent, int type, ProjectFile *mainFile, bool ad
 
 Project::~Project()
 {
+    for (auto it = d->files.cbegin(); it != d->files.cend(); ++it)
+        if (it.key()->d->project == this)
+            it.key()->d->project = nullptr;
+    if (d->mainFile->d->project == this)
+        d->mainFile->d->project = nullptr;
     delete d;
 }
 
@@ -111,14 +144,20 @@ void Project::release()
         projectArchive->release();
         projectArchive = nullptr;
     }
-    const QList<ProjectFile *> all = d->files.keys();
-    if (d->parent)
-        for (ProjectFile *file : all)
-            emit d->parent->fileClosed(file);
+    // The parent tells of each file's closing, then the project leaves its tree.
+    if (ParentProject *parent = d->parent) {
+        d->parent = nullptr; // the parent may be gone once its last project has left
+        parent->releaseProject(this);
+    }
+    const QMap<ProjectFile *, FileTypes> files = d->files;
     d->files.clear();
     d->byType.clear();
-    for (ProjectFile *file : all)
-        file->release();
+    d->selected.clear();
+    for (auto it = files.cbegin(); it != files.cend(); ++it) {
+        if (Messages *messages = it.key()->fileMessages())
+            d->unregisterMessages(messages);
+        it.key()->release();
+    }
 }
 
 ParentProject *Project::parent() const
@@ -136,6 +175,17 @@ int Project::type() const
     return projectType;
 }
 
+QString Project::typeName() const
+{
+    Engine *engine = d->parent ? d->parent->engine() : nullptr;
+    return engine ? engine->queryString(Engine::FileTypeName, unsigned(projectType)) : QString();
+}
+
+MessageList *Project::messages() const
+{
+    return d;
+}
+
 ProjectFile *Project::mainFile() const
 {
     return d->mainFile;
@@ -144,6 +194,22 @@ ProjectFile *Project::mainFile() const
 QString Project::fileName() const
 {
     return d->mainFile->fileName();
+}
+
+QString Project::absolutePath() const
+{
+    Archive &store = projectArchive ? *projectArchive : FileSystemArchive::instance();
+    return store.absoluteFilePath(fileName());
+}
+
+QString Project::basePath() const
+{
+    const QString path = absolutePath();
+    const QString base = d->parent ? d->parent->basePath() : QString();
+    if (base.isEmpty() || path + QLatin1Char('/') == base)
+        return QString();
+    // Outside the parent's directory nothing is cut, so no name is mangled.
+    return isBelow(path, base) ? path.mid(base.size()) : path;
 }
 
 QList<ProjectFile *> Project::files() const
@@ -156,6 +222,21 @@ int Project::fileCount() const
     return d->files.size();
 }
 
+QMap<ProjectFile *, Project::FileTypes> Project::filesWithIDs() const
+{
+    return d->files;
+}
+
+QList<ProjectFile *> Project::filesByType(int type) const
+{
+    return d->byType.value(type);
+}
+
+Project::FileTypes Project::fileID(const ProjectFile *file) const
+{
+    return d->files.value(const_cast<ProjectFile *>(file));
+}
+
 ProjectFile *Project::file(int type) const
 {
     const QList<ProjectFile *> list = d->byType.value(type);
@@ -165,19 +246,19 @@ ProjectFile *Project::file(int type) const
     return index < unsigned(list.size()) ? list.at(int(index)) : list.first();
 }
 
-QList<ProjectFile *> Project::filesByType(int type) const
+unsigned int Project::selectedFile(int type) const
 {
-    return d->byType.value(type);
+    return d->selected.value(type);
 }
 
-quint32 Project::fileID(const ProjectFile *file) const
+void Project::setSelectedFile(int type, unsigned int index)
 {
-    return d->files.value(const_cast<ProjectFile *>(file));
+    d->selected[type] = index;
 }
 
 bool Project::addFile(ProjectFile *file, int type)
 {
-    const quint32 bit = 1u << (type & 31);
+    const FileTypes bit = 1u << (type & 31);
     auto it = d->files.find(file);
     if (it != d->files.end()) {
         if (*it & bit)
@@ -186,6 +267,10 @@ bool Project::addFile(ProjectFile *file, int type)
     } else {
         d->files.insert(file, bit);
     }
+    if (Messages *messages = file->fileMessages()) {
+        d->registerMessages(messages);
+        d->update();
+    }
     file->d->project = this;
     QList<ProjectFile *> &list = d->byType[type];
     d->selected[type] = unsigned(list.size());
@@ -193,6 +278,169 @@ bool Project::addFile(ProjectFile *file, int type)
     emit fileAdded(file, FileType(type));
     if (d->parent)
         emit d->parent->fileAdded(file);
+    return true;
+}
+
+void Project::removeFile(int type, unsigned int index)
+{
+    auto listIt = d->byType.find(type);
+    if (listIt == d->byType.end() || index >= unsigned(listIt->size()))
+        return;
+    ProjectFile *file = listIt->takeAt(int(index));
+    const FileTypes bit = 1u << (type & 31);
+    auto it = d->files.find(file);
+    if (it != d->files.end() && (*it & ~bit)) {
+        *it &= ~bit;
+        emit fileRemoved(file, FileType(type));
+        return;
+    }
+    d->files.remove(file);
+    if (Messages *messages = file->fileMessages())
+        d->unregisterMessages(messages);
+    emit fileRemoved(file, FileType(type));
+    if (d->parent)
+        emit d->parent->fileClosed(file);
+    if (file->d->project == this && file != d->mainFile)
+        file->d->project = nullptr;
+    file->release();
+}
+
+void Project::removeFile(ProjectFile *file)
+{
+    if (d->parent)
+        emit d->parent->fileClosed(file);
+    takeFile(file);
+    file->release();
+}
+
+ProjectFile *Project::takeFile(ProjectFile *file)
+{
+    const FileTypes types = d->files.take(file);
+    if (types == 0)
+        return file;
+    for (auto it = d->byType.begin(); it != d->byType.end(); ++it)
+        it->removeAll(file);
+    if (Messages *messages = file->fileMessages())
+        d->unregisterMessages(messages);
+    for (int t = 0; t < 32; ++t)
+        if (types & (1u << t))
+            emit fileRemoved(file, FileType(t));
+    if (file->d->project == this && file != d->mainFile)
+        file->d->project = nullptr;
+    return file;
+}
+
+void Project::moveFile(int type, unsigned int from, unsigned int to)
+{
+    auto it = d->byType.find(type);
+    if (it == d->byType.end() || from >= unsigned(it->size()) || to >= unsigned(it->size()))
+        return;
+    it->move(int(from), int(to));
+}
+
+void Project::addToParent()
+{
+    if (d->parent)
+        d->parent->addRef(this);
+}
+
+void Project::fileHierarchyChanged()
+{
+    if (d->parent && d->mainFile)
+        d->parent->updateProject(this);
+}
+
+void Project::reload()
+{
+    const QList<ProjectFile *> files = d->files.keys();
+    for (ProjectFile *file : files) {
+        Archive &store = file->archive();
+        const QString name = file->fileName();
+        if (store.fileExists(name))
+            file->fromFile(store, name, 0, nullptr);
+    }
+}
+
+bool Project::saveAll(Archive &to, const QString &path, bool copy, QStringList *names)
+{
+    if (&to != &FileSystemArchive::instance() && to.isReadOnly())
+        return false;
+
+    QList<ExternalFile> pending;
+    externalFiles(pending);
+    QString target = path;
+    if (!target.isEmpty() && !target.endsWith(QLatin1Char('/')))
+        target += QLatin1Char('/');
+    const QString home = absolutePath();
+    if (copy) {
+        ExternalFile own;
+        own.id = 0;
+        own.name = isBelow(fileName(), home) ? fileName().mid(home.size()) : fileName();
+        while (own.name.startsWith(QLatin1Char('/')))
+            own.name.remove(0, 1);
+        pending.append(own);
+    }
+    if (names)
+        for (const ExternalFile &file : qAsConst(pending))
+            names->append(file.name);
+
+    Archive &from = projectArchive ? *projectArchive : FileSystemArchive::instance();
+    const QString destination = joinPath(target, basePath());
+    const QMap<ProjectFile *, FileTypes> files = d->files;
+    for (auto it = files.cbegin(); it != files.cend(); ++it) {
+        ProjectFile *file = it.key();
+        if (copy) {
+            if (!file->isModified() && file->archive().fileExists(file->fileName()))
+                continue; // the pending list brings it along
+        } else {
+            file->d->bind(to);
+            if (it.value() & 1)
+                continue; // the main file: the caller saves it
+        }
+        const QString name = file->fileName();
+        if (&file->archive() != &from && !(!copy && &file->archive() == &to))
+            continue;
+        if (!isBelow(name, home))
+            continue;
+        // The pending entry of this file: a whole trailing path, never part of a name.
+        int found = -1;
+        for (int i = 0; i < pending.size(); ++i) {
+            const QString &entry = pending.at(i).name;
+            if (!entry.isEmpty()
+                && (name == entry || name.endsWith(QLatin1Char('/') + entry))) {
+                found = i;
+                break;
+            }
+        }
+        QString relative = name.mid(home.size());
+        if (relative.isEmpty()) {
+            if (found < 0)
+                continue;
+            relative = pending.at(found).name;
+        }
+        if (file->canSave())
+            file->toFile(to, joinPath(destination, relative), copy ? ProjectFile::Copy : 0,
+                         nullptr);
+        if (found >= 0)
+            pending.removeAt(found);
+    }
+
+    for (const ExternalFile &entry : qAsConst(pending)) {
+        const QString source = from.absoluteFileName(joinPath(home, entry.name));
+        if (!isBelow(source, home))
+            continue;
+        const QString destinationName = to.absoluteFileName(joinPath(destination, entry.name));
+        if (&from == &to && source == destinationName)
+            continue;
+        copyFile(from, source, to, destinationName);
+    }
+
+    if (!copy && &to != projectArchive) {
+        if (projectArchive)
+            projectArchive->release();
+        projectArchive = &to;
+        to.addRef();
+    }
     return true;
 }
 

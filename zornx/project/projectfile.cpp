@@ -6,6 +6,7 @@
 
 #include <zornx/core/archive.h>
 #include <zornx/core/interface.h>
+#include <zornx/core/messages_p.h>
 #include <zornx/core/propertyitem.h>
 
 namespace Zorn {
@@ -43,6 +44,14 @@ RegExp::Match RegExp::MatchIterator::next()
 
 // ---------------------------------------------------------------------------------------------
 // ProjectFile
+
+namespace {
+// Message tables name the file of each message; the core cannot ask a ProjectFile itself.
+const bool messageFileNames = (setMessageFileNameFunction([](const ProjectFile *file) {
+                                   return file ? file->fileName() : QString();
+                               }),
+                               true);
+} // namespace
 
 void ProjectFilePrivate::bind(Archive &newArchive)
 {
