@@ -717,10 +717,11 @@ bool ParentProject::restoreBackup(const QString &name, JobStats *job)
             QDir::Name);
         for (const QString &entry : entries) {
             const QString inner = joinPath(relative, entry);
-            if (store->fileExists(joinPath(source, inner)))
-                files.append(inner);
-            else
+            // The file system says a directory "exists" as a file too: ask for it first.
+            if (store->directoryExists(joinPath(source, inner)))
                 list(inner);
+            else
+                files.append(inner);
         }
     };
     list(QString());

@@ -62,6 +62,7 @@ bool isBelow(const QString &name, const QString &directory)
 Project::Project(ParentProject *parent, int type, ProjectFile *mainFile, bool add)
     : projectType(type), d(new ProjectPrivate(this, parent, mainFile)), projectArchive(nullptr)
 {
+    qRegisterMetaType<Zorn::Project::FileType>();
     if (parent) {
         projectArchive = &parent->archive();
         projectArchive->addRef();
@@ -154,9 +155,12 @@ void Project::release()
     d->byType.clear();
     d->selected.clear();
     for (auto it = files.cbegin(); it != files.cend(); ++it) {
-        if (Messages *messages = it.key()->fileMessages())
+        ProjectFile *file = it.key();
+        if (Messages *messages = file->fileMessages())
             d->unregisterMessages(messages);
-        it.key()->release();
+        if (file->d->project == this && file != d->mainFile)
+            file->d->project = nullptr;
+        file->release();
     }
 }
 

@@ -1,0 +1,304 @@
+#include "fixtures.h"
+#include "testengine.h"
+#include "testinterface.h"
+
+#include <QtCore/QDirIterator>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QAbstractItemModelTester>
+#include <QtTest/QtTest>
+
+using namespace Zorn;
+using ZornTest::IniFile;
+using ZornTest::TestParentProject;
+using ZornTest::TestProject;
+using Path = Zorn::ParentProject::Path;
+
+namespace {
+
+// The tree as text: "name(child,child)".
+QString dump(const QAbstractItemModel &model, const QModelIndex &parent = QModelIndex())
+{
+    QStringList parts;
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const QModelIndex index = model.index(row, 0, parent);
+        QString text = index.data().toString();
+        if (model.rowCount(index) > 0)
+            text += "(" + dump(model, index) + ")";
+        parts << text;
+    }
+    return parts.join(",");
+}
+
+QStringList filesBelow(const QString &dir)
+{
+    QStringList out;
+    QDirIterator it(dir, QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        out << it.next().mid(dir.size() + 1);
+    out.sort();
+    return out;
+}
+
+} // namespace
+
+class tst_ParentProject : public QObject
+{
+    Q_OBJECT
+private:
+    QTemporaryDir dir;
+    QString game;
+    ZornTest::TestEngine engine;
+    std::unique_ptr<ZornTest::TestInterface> host;
+    std::unique_ptr<TestParentProject> parent;
+    std::unique_ptr<QAbstractItemModelTester> tester;
+    QList<TestProject *> projects;
+
+    TestProject *open(const QString &name)
+    {
+        TestProject *project = TestProject::open(parent.get(), game + "/" + name);
+        if (project)
+            projects << project;
+        return project;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        game = dir.path() + "/g" + QString::number(QRandomGenerator::global()->generate());
+        QVERIFY(ZornTest::copyTree(ZornTest::testData("game"), game));
+        host = std::make_unique<ZornTest::TestInterface>();
+        host->options["enable_file_watcher"] = true;
+        host->options["showmsg_reload_file"] = 1;
+        parent = std::make_unique<TestParentProject>(game, FileSystemArchive::instance(), &engine);
+        tester = std::make_unique<QAbstractItemModelTester>(
+            parent.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+    }
+    void cleanup()
+    {
+        for (TestProject *project : qAsConst(projects))
+            project->release();
+        tester.reset();
+        parent.reset();
+        qDeleteAll(projects);
+        projects.clear();
+        host.reset();
+    }
+
+    void treeFollowsProjects()
+    {
+        QCOMPARE(dump(*parent), QString("chars(kfm,ryu),data(common.ini,fight.ini)"));
+        QCOMPARE(parent->basePath(), game + "/");
+        QVERIFY(open("chars/kfm/kfm.ini"));
+        QCOMPARE(dump(*parent),
+                 QString("chars(kfm(kfm.air,kfm.cns,kfm.ini,kfm.sff,kfm.snd,kfm2.sff,"
+                         "sub(common.cns,extra.air)),ryu),data(common.ini,fight.ini)"));
+
+        const Path *air = parent->filePath(game + "/chars/kfm/kfm.air");
+        QVERIFY(air && air->isFile() && !air->isDirectory());
+        QCOMPARE(air->type(), 3);
+        QCOMPARE(air->path(), game + "/chars/kfm/kfm.air");
+        // The project's directory, and in it the one project child, the main file.
+        const Path *main = parent->projectForFile(air);
+        QCOMPARE(main->name(), QString("kfm.ini"));
+        QVERIFY(main->isProject() && main->isFile());
+        QCOMPARE(main->type(), 0);
+        QVERIFY(parent->filePath(game + "/chars/kfm")->isProject());
+        QCOMPARE(parent->projectForFile(parent->filePath(game + "/chars/kfm/sub/extra.air")), main);
+        QCOMPARE(parent->projectForFile(parent->filePath(game + "/chars/ryu")),
+                 parent->filePath(game + "/chars/ryu"));
+        QVERIFY(parent->filePath(game + "/data/common.ini")->isProject()); // listed file
+        QVERIFY(!parent->filePath(game + "/chars/kfm/none.air"));
+        QVERIFY(!parent->filePath(dir.path() + "/elsewhere"));
+        QVERIFY(!parent->filePath(game + "2/chars")); // a name that only starts the same
+        const Path *root = parent->filePath(game + "/");
+        QVERIFY(root && root->isDirectory());
+        QCOMPARE(root->path(), game + "/");
+        QVERIFY(!parent->itemPath(QModelIndex()));
+
+        // Data of the nodes.
+        const QModelIndex chars = parent->index(0, 0);
+        QCOMPARE(chars.data(Qt::ToolTipRole).toString(), QString("chars"));
+        QCOMPARE(parent->itemPath(chars)->name(), QString("chars"));
+
+        // Files that the project drops leave the tree once it says so.
+        TestProject *project = projects.first();
+        project->removeFile(Project::Animations, 1);
+        project->fileHierarchyChanged();
+        QCOMPARE(dump(*parent),
+                 QString("chars(kfm(kfm.air,kfm.cns,kfm.ini,kfm.sff,kfm.snd,kfm2.sff,sub(common.cns,extra.air)),ryu),"
+                         "data(common.ini,fight.ini)"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.ini",
+                                    "name = k\nanimations = kfm.air\nsprites = sub/x.sff\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/sub/x.sff", "x\n"));
+        project->mainFile()->fromFile(FileSystemArchive::instance(), game + "/chars/kfm/kfm.ini", 0, nullptr);
+        project->fileHierarchyChanged();
+        QCOMPARE(dump(*parent), QString("chars(kfm(kfm.air,kfm.ini,sub(x.sff)),ryu),data(common.ini,fight.ini)"));
+
+        // The project's node leaves with it.
+        project->release();
+        QCOMPARE(dump(*parent), QString("chars(ryu),data(common.ini,fight.ini)"));
+    }
+
+    void directoryChangesAreRowChanges()
+    {
+        QVERIFY(open("chars/kfm/kfm.ini"));
+        QSignalSpy inserted(parent.get(), &QAbstractItemModel::rowsInserted);
+        QSignalSpy removed(parent.get(), &QAbstractItemModel::rowsRemoved);
+        QSignalSpy reset(parent.get(), &QAbstractItemModel::modelReset);
+
+        QVERIFY(QDir(game).mkpath("chars/ken"));
+        QTRY_VERIFY(dump(*parent).startsWith("chars(ken,kfm("));
+        QVERIFY(ZornTest::writeFile(game + "/data/new.ini", "n = 1\n"));
+        QVERIFY(ZornTest::writeFile(game + "/data/skip.txt", "n = 1\n"));
+        QTRY_COMPARE(dump(*parent).section("data", 1), QString("(common.ini,fight.ini,new.ini)"));
+        QVERIFY(QDir(game).rename("chars/ryu", "chars/akuma"));
+        QTRY_VERIFY(dump(*parent).startsWith("chars(akuma,ken,kfm("));
+        QVERIFY(QDir(game + "/chars/ken").removeRecursively());
+        QTRY_VERIFY(!dump(*parent).contains("ken"));
+        QVERIFY(!inserted.isEmpty());
+        QVERIFY(!removed.isEmpty());
+        QCOMPARE(reset.size(), 0);
+        // The open project kept its files through every scan of its directory.
+        QVERIFY(dump(*parent).contains("kfm(kfm.air,kfm.cns,kfm.ini"));
+    }
+
+    void addAndRemovePaths()
+    {
+        QSignalSpy inserted(parent.get(), &QAbstractItemModel::rowsInserted);
+        parent->addPath("stages/", TestParentProject::ListFiles, {"*.ini"});
+        QCOMPARE(dump(*parent), QString("chars(kfm,ryu),data(common.ini,fight.ini),stages(stage0.ini)"));
+        QCOMPARE(inserted.size(), 2); // the node, then what its scan found
+        parent->addPath("/extra/deep/", 0, {});
+        QVERIFY(dump(*parent).endsWith(",extra(deep)"));
+        parent->removePath(game + "/extra/deep");
+        QVERIFY(dump(*parent).endsWith(",extra"));
+        parent->removePath("extra");
+        parent->removePath("missing/path");
+        QCOMPARE(dump(*parent), QString("chars(kfm,ryu),data(common.ini,fight.ini),stages(stage0.ini)"));
+    }
+
+    void singleProjectAtTheRoot()
+    {
+        // A parent over one character's directory: the project's node is the root.
+        tester.reset();
+        parent = std::make_unique<TestParentProject>(game + "/chars/ryu", FileSystemArchive::instance(),
+                                                     &engine, false);
+        tester = std::make_unique<QAbstractItemModelTester>(
+            parent.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QVERIFY(!parent->isGame());
+        TestProject *ryu = open("chars/ryu/ryu.ini");
+        QCOMPARE(dump(*parent), QString("ryu.air,ryu.cns,ryu.ini"));
+        QCOMPARE(ryu->basePath(), QString());
+        QCOMPARE(parent->projectForFile(nullptr), parent->filePath(game + "/chars/ryu/ryu.ini"));
+
+        // "Save as" of a lone project moves the root to the new directory.
+        const QString target = dir.path() + "/newryu";
+        static_cast<IniFile *>(ryu->file(Project::Scripts))->setValue("value", "3");
+        QVERIFY(parent->saveAs(target + "/ryu.ini", nullptr));
+        QCOMPARE(parent->basePath(), target + "/");
+        QCOMPARE(filesBelow(target), QStringList({"ryu.air", "ryu.cns", "ryu.ini"}));
+        QCOMPARE(ZornTest::readFile(target + "/ryu.cns"), QByteArray("; ryu.cns\r\nvalue = 3\r\n"));
+        QCOMPARE(ryu->fileName(), target + "/ryu.ini");
+        QCOMPARE(ryu->archive(), &FileSystemArchive::instance());
+    }
+
+    void saveWritesModifiedFilesOnly()
+    {
+        TestProject *kfm = open("chars/kfm/kfm.ini");
+        TestProject *ryu = open("chars/ryu/ryu.ini");
+        auto *air = static_cast<IniFile *>(kfm->filesByType(Project::Animations).first());
+        auto *cns = static_cast<IniFile *>(ryu->file(Project::Scripts));
+        air->setValue("value", "7");
+        cns->setValue("value", "8");
+        const QByteArray untouched = ZornTest::readFile(game + "/chars/kfm/kfm.cns");
+
+        parent->save(&host->progress);
+        QCOMPARE(host->progress.jobs.size(), size_t(1));
+        QCOMPARE(host->progress.jobs[0]->title, QString("Saving..."));
+        QCOMPARE(host->progress.jobs[0]->maximum, 2u);
+        QCOMPARE(host->progress.jobs[0]->value, 2u);
+        QVERIFY(!air->isModified() && !cns->isModified());
+        QVERIFY(ZornTest::readFile(game + "/chars/kfm/kfm.air").contains("value = 7"));
+        QVERIFY(ZornTest::readFile(game + "/chars/ryu/ryu.cns").contains("value = 8"));
+        QCOMPARE(ZornTest::readFile(game + "/chars/kfm/kfm.cns"), untouched);
+
+        // A cancelled job stops at the next file.
+        air->setValue("value", "9");
+        cns->setValue("value", "9");
+        host->progress.jobs.clear();
+        struct CancellingProvider : ProgressProvider
+        {
+            ZornTest::TestJob job{"x"};
+            ProviderJob *newJob(const QString &, int) override
+            {
+                job.cancelled = true;
+                return &job;
+            }
+        } cancelling;
+        parent->save(&cancelling);
+        QVERIFY(air->isModified() && cns->isModified());
+        parent->save(nullptr); // no progress at all is fine too
+        QVERIFY(!air->isModified() && !cns->isModified());
+    }
+
+    void saveAsGame()
+    {
+        TestProject *kfm = open("chars/kfm/kfm.ini");
+        static_cast<IniFile *>(kfm->file(Project::Sprites))->setValue("value", "new");
+        const QString target = dir.path() + "/copygame";
+        ZornTest::TestJob job("save as");
+        QVERIFY(parent->saveAs(target, &job));
+        // The open project moves; the closed one (ryu) comes along through collectFiles.
+        const QStringList files = filesBelow(target);
+        for (const char *name : {"chars/kfm/kfm.ini", "chars/kfm/kfm2.sff", "chars/kfm/sub/extra.air",
+                                 "chars/ryu/ryu.ini", "chars/ryu/ryu.cns"})
+            QVERIFY2(files.contains(name), name);
+        QVERIFY(ZornTest::readFile(target + "/chars/kfm/kfm2.sff").contains("value = new"));
+        QCOMPARE(kfm->file(Project::Sprites)->fileName(), target + "/chars/kfm/kfm2.sff");
+        QCOMPARE(parent->basePath(), target + "/");
+        QCOMPARE(job.maximum, job.value);
+    }
+
+    void backupAndRestoreToADirectory()
+    {
+        TestProject *kfm = open("chars/kfm/kfm.ini");
+        auto *air = static_cast<IniFile *>(kfm->filesByType(Project::Animations).first());
+        air->setValue("value", "unsaved");
+        ZornTest::TestJob job("backup");
+        QVERIFY(parent->backup("first", &job));
+        QCOMPARE(job.value, 1u);
+        const QStringList backups = QDir(game + "/backup").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+        QCOMPARE(backups.size(), 1);
+        QVERIFY(backups[0].endsWith("_first"));
+        QVERIFY(QRegExp("\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_first").exactMatch(backups[0]));
+        const QString saved = game + "/backup/" + backups[0];
+        // The copy holds the unsaved text, and the document still points at the game.
+        QVERIFY(ZornTest::readFile(saved + "/chars/kfm/kfm.air").contains("value = unsaved"));
+        QCOMPARE(filesBelow(saved + "/chars/kfm").size(), 8);
+        QCOMPARE(air->fileName(), game + "/chars/kfm/kfm.air");
+        QVERIFY(air->isModified());
+
+        // Change the game on disk, then restore: the files come back and each open document
+        // reloads once, through the project, not again through the watcher.
+        parent->save(nullptr);
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = changed\n"));
+        QTest::qWait(300);
+        auto *cns = static_cast<IniFile *>(kfm->filesByType(Project::Scripts).first());
+        const int airReloads = air->reloads, cnsReloads = cns->reloads;
+        QCOMPARE(cns->value("value"), QString("changed"));
+        ZornTest::TestJob restore("restore");
+        QVERIFY(parent->restoreBackup("/" + backups[0], &restore));
+        QCOMPARE(restore.maximum, 9u);
+        QCOMPARE(cns->value("value"), QString("1"));
+        QTest::qWait(500);
+        QCOMPARE(air->reloads, airReloads);
+        QCOMPARE(cns->reloads, cnsReloads);
+        QCOMPARE(cns->value("value"), QString("1"));
+        // Later outside changes are heard again.
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = later\n"));
+        QTRY_COMPARE(cns->value("value"), QString("later"));
+    }
+};
+
+QTEST_MAIN(tst_ParentProject)
+#include "tst_parentproject.moc"

@@ -1,0 +1,290 @@
+#include "fixtures.h"
+#include "testengine.h"
+#include "testinterface.h"
+
+#include <zornx/core/messages.h>
+
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QtTest>
+
+using namespace Zorn;
+using ZornTest::IniFile;
+using ZornTest::TestParentProject;
+using ZornTest::TestProject;
+
+namespace {
+
+QStringList names(const QList<ProjectFile *> &files)
+{
+    QStringList out;
+    for (ProjectFile *file : files)
+        out << file->displayName();
+    return out;
+}
+
+} // namespace
+
+class tst_Project : public QObject
+{
+    Q_OBJECT
+private:
+    QTemporaryDir dir;
+    QString game;
+    ZornTest::TestEngine engine;
+    std::unique_ptr<TestParentProject> parent;
+
+    TestProject *openKfm() { return TestProject::open(parent.get(), game + "/chars/kfm/kfm.ini"); }
+
+private Q_SLOTS:
+    void init()
+    {
+        game = dir.path() + "/game" + QString::number(QRandomGenerator::global()->generate());
+        QVERIFY(ZornTest::copyTree(ZornTest::testData("game"), game));
+        parent = std::make_unique<TestParentProject>(game, FileSystemArchive::instance(), &engine);
+    }
+    void cleanup() { parent.reset(); }
+
+    void openAndDescribe()
+    {
+        TestProject *project = openKfm();
+        QVERIFY(project);
+        QCOMPARE(project->name(), QString("Kung Fu Man"));
+        QCOMPARE(project->fileCount(), 8);
+        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"kfm.sff", "kfm2.sff"}));
+        QCOMPARE(names(project->filesByType(Project::Animations)),
+                 QStringList({"kfm.air", "extra.air"}));
+        QCOMPARE(project->fileID(project->mainFile()), Project::FileTypes(1));
+        QCOMPARE(project->typeName(), QString("Main"));
+        QCOMPARE(project->absolutePath(), game + "/chars/kfm");
+        QCOMPARE(project->basePath(), QString("chars/kfm"));
+        QCOMPARE(parent->refCount(), 1);
+        QVERIFY(parent->isGame());
+
+        // The last added file of a type is the selected one; a selection past the end gives
+        // the first.
+        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("kfm2.sff"));
+        project->setSelectedFile(Project::Sprites, 0);
+        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("kfm.sff"));
+        project->setSelectedFile(Project::Sprites, 7);
+        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("kfm.sff"));
+        QVERIFY(!project->file(17));
+        QCOMPARE(project->selectedFile(17), 0u);
+        project->release();
+        delete project;
+    }
+
+    void addRemoveTakeMove()
+    {
+        TestProject *project = openKfm();
+        QSignalSpy added(project, &Project::fileAdded);
+        QSignalSpy removed(project, &Project::fileRemoved);
+        QSignalSpy closed(parent.get(), &ParentProject::fileClosed);
+        QSignalSpy parentAdded(parent.get(), &ParentProject::fileAdded);
+
+        ProjectFile *air = project->filesByType(Project::Animations).first();
+        QVERIFY(!project->addFile(air, Project::Animations)); // already that type
+        QCOMPARE(added.size(), 0);
+
+        // One file, two types: leaving one keeps it, without a close.
+        air->addRef(); // the project holds one reference per file, whatever its types
+        QVERIFY(project->addFile(air, Project::Scripts));
+        air->release();
+        QCOMPARE(added.size(), 1);
+        QCOMPARE(parentAdded.size(), 1);
+        QCOMPARE(project->fileID(air), Project::FileTypes((1 << 3) | (1 << 4)));
+        QCOMPARE(project->fileCount(), 8);
+        project->removeFile(Project::Scripts, 2);
+        QCOMPARE(removed.size(), 1);
+        QCOMPARE(closed.size(), 0);
+        QCOMPARE(project->fileID(air), Project::FileTypes(1 << 3));
+
+        project->removeFile(Project::Scripts, 9); // out of range: nothing
+        QCOMPARE(removed.size(), 1);
+
+        // The last type: removed, closed and released.
+        QPointer<QObject> guard;
+        project->removeFile(Project::Sounds, 0);
+        QCOMPARE(removed.size(), 2);
+        QCOMPARE(closed.size(), 1);
+        QCOMPARE(project->fileCount(), 7);
+        QVERIFY(!project->file(Project::Sounds));
+
+        // takeFile gives the file back unreleased, with one fileRemoved per former type.
+        ProjectFile *cns = project->filesByType(Project::Scripts).first();
+        QVERIFY(project->addFile(cns, Project::Sprites));
+        cns->addRef();
+        QCOMPARE(project->takeFile(cns), cns);
+        QCOMPARE(removed.size(), 4);
+        QCOMPARE(removed[2][1].value<Project::FileType>(), Project::Sprites);
+        QCOMPARE(removed[3][1].value<Project::FileType>(), Project::Scripts);
+        QCOMPARE(closed.size(), 1);
+        QVERIFY(!project->fileID(cns));
+        QVERIFY(!cns->project());
+        QCOMPARE(project->takeFile(cns), cns); // no types: nothing removed, nothing said
+        QCOMPARE(removed.size(), 4);
+        cns->release();
+        cns->release();
+
+        project->moveFile(Project::Sprites, 1, 0);
+        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"kfm2.sff", "kfm.sff"}));
+        project->moveFile(Project::Sprites, 0, 5); // out of range: nothing
+        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"kfm2.sff", "kfm.sff"}));
+
+        ProjectFile *extra = project->filesByType(Project::Animations).last();
+        project->removeFile(extra);
+        QCOMPARE(closed.size(), 2);
+        QCOMPARE(names(project->filesByType(Project::Animations)), QStringList({"kfm.air"}));
+        project->release();
+        delete project;
+    }
+
+    void modifiedEmptyAndReload()
+    {
+        TestProject *project = openKfm();
+        QVERIFY(!project->isModified());
+        QVERIFY(!project->isEmpty());
+        auto *air = static_cast<IniFile *>(project->file(Project::Animations));
+        air->setValue("value", "5");
+        QVERIFY(project->isModified());
+
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = 9\n"));
+        project->reload();
+        QCOMPARE(static_cast<IniFile *>(project->filesByType(Project::Scripts).first())->value("value"),
+                 QString("9"));
+        QVERIFY(!project->isModified()); // reloaded from disk
+        project->release();
+        delete project;
+    }
+
+    void messagesFollowTheFiles()
+    {
+        class Noisy : public IniFile
+        {
+        public:
+            Noisy() : list(this) { list.add(Message::Error, "bad", 0, 0); }
+            SimpleMessages list;
+
+        protected:
+            Messages *fileMessages() const override { return const_cast<SimpleMessages *>(&list); }
+        };
+        TestProject *project = openKfm();
+        auto *noisy = new Noisy;
+        QVERIFY(project->addFile(noisy, Project::Scripts));
+        QCOMPARE(project->messages()->errorCount(), 1u);
+        project->removeFile(noisy);
+        QCOMPARE(project->messages()->errorCount(), 0u);
+        project->release();
+        delete project;
+    }
+
+    void releaseOrders_data()
+    {
+        QTest::addColumn<int>("order");
+        QTest::newRow("projects, then parent") << 0;
+        QTest::newRow("second project first") << 1;
+        QTest::newRow("files outlive projects") << 2;
+    }
+    void releaseOrders()
+    {
+        QFETCH(int, order);
+        TestProject *kfm = openKfm();
+        TestProject *ryu = TestProject::open(parent.get(), game + "/chars/ryu/ryu.ini");
+        QVERIFY(kfm && ryu);
+        QCOMPARE(parent->refCount(), 2);
+        ProjectFile *held = kfm->file(Project::Sprites);
+        if (order == 2)
+            held->addRef();
+        if (order == 1)
+            std::swap(kfm, ryu);
+        kfm->release();
+        QCOMPARE(parent->freed, 0);
+        delete kfm;
+        ryu->release();
+        QCOMPARE(parent->freed, 1); // exactly once, with the last project
+        QCOMPARE(parent->refCount(), 0);
+        ryu->release();             // a second release changes nothing
+        QCOMPARE(parent->freed, 1);
+        parent.reset();
+        delete ryu;
+        if (order == 2) {
+            QVERIFY(!held->project()); // the project is gone: the file no longer points to it
+            held->release();
+        }
+    }
+
+    void saveAllCopyAndMove()
+    {
+        TestProject *project = openKfm();
+        auto *fresh = static_cast<IniFile *>(project->filesByType(Project::Animations).last());
+        fresh->setValue("value", "fresh");
+        // A file outside the project's directory is neither saved nor copied.
+        auto *outside = new IniFile;
+        QVERIFY(outside->fromFile(FileSystemArchive::instance(), game + "/data/common.ini", 0, nullptr));
+        outside->setValue("common", "changed");
+        QVERIFY(project->addFile(outside, Project::Scripts));
+
+        const QString copyDir = dir.path() + "/copy";
+        QStringList names;
+        QVERIFY(project->saveAll(FileSystemArchive::instance(), copyDir, true, &names));
+        QCOMPARE(names.size(), 8); // seven listed files and the main file
+        QVERIFY(names.contains("kfm.ini"));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/sub/extra.air"),
+                 QByteArray("; sub/extra.air\r\nvalue = fresh\r\n"));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/kfm.sff"),
+                 ZornTest::readFile(game + "/chars/kfm/kfm.sff"));
+        QVERIFY(QFile::exists(copyDir + "/chars/kfm/kfm.ini"));
+        QVERIFY(!QFile::exists(copyDir + "/data/common.ini"));
+        QVERIFY(!QFile::exists(copyDir + "/chars/kfm/notes.txt"));
+        // A copy leaves every binding and name as it was.
+        QCOMPARE(fresh->fileName(), game + "/chars/kfm/sub/extra.air");
+        QVERIFY(fresh->isModified());
+
+        // A move: the files follow, the main file is left to the caller.
+        const QString moveDir = dir.path() + "/moved";
+        QVERIFY(project->saveAll(FileSystemArchive::instance(), moveDir, false, nullptr));
+        QCOMPARE(fresh->fileName(), moveDir + "/chars/kfm/sub/extra.air");
+        QVERIFY(!fresh->isModified());
+        QVERIFY(!QFile::exists(moveDir + "/chars/kfm/kfm.ini"));
+        QVERIFY(QFile::exists(moveDir + "/chars/kfm/kfm2.sff"));
+        project->release();
+        delete project;
+    }
+
+    void namesSharingASuffixStayApart()
+    {
+        // "a.air" is a suffix of "ba.air": the fresh save of the one must not be mistaken for
+        // the other, nor a stale copy written over it.
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.ini",
+                                    "name = x\nanimations = a.air, ba.air\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/a.air", "a = old\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/ba.air", "ba = old\n"));
+        TestProject *project = openKfm();
+        auto *ba = static_cast<IniFile *>(project->filesByType(Project::Animations).last());
+        QCOMPARE(ba->displayName(), QString("ba.air"));
+        ba->setValue("ba", "new");
+        const QString copyDir = dir.path() + "/suffix";
+        QVERIFY(project->saveAll(FileSystemArchive::instance(), copyDir, true, nullptr));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/ba.air"), QByteArray("ba = new\r\n"));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/a.air"), QByteArray("a = old\n"));
+        project->release();
+        delete project;
+    }
+
+    void projectOptionsReachTheHost()
+    {
+        ZornTest::TestInterface host;
+        host.options["k"] = 1;
+        TestProject *project = openKfm();
+        QCOMPARE(project->option("k"), QVariant(1));
+        QCOMPARE(project->option("none", "x"), QVariant("x"));
+        project->setOption("k", 2, true);
+        QCOMPARE(host.options["k"], QVariant(2));
+        project->setOption("k", QVariant());
+        QCOMPARE(project->option("k"), QVariant(2)); // the host's again
+        project->release();
+        delete project;
+    }
+};
+
+QTEST_MAIN(tst_Project)
+#include "tst_project.moc"
