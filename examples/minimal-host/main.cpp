@@ -1,13 +1,16 @@
-// The smallest program that uses the library as a host does: it installs its Interface,
-// opens a game directory through the FileSystemArchive, reads a file through a ProjectFile,
-// changes it and saves it through the crash-safe path.
+// The smallest program that uses the library as a host does. It installs its Interface, loads
+// the extensions, opens a game directory as a parent project with the test engine module,
+// lists the project tree and the projects, edits a file, saves through the crash-safe path
+// and makes a backup (a .zip when the ZIP extension is loaded).
 //
 //   minimal-host [directory]     (default: the sample game shipped beside this example)
 //
 // The directory is copied to a temporary place first, so the original is never changed.
 
 #include "host.h"
-#include "textfile.h"
+
+#include "fixtures.h"
+#include "testengine.h"
 
 #include <zornx/zornx.h>
 
@@ -16,18 +19,20 @@
 #include <QtCore/QTextStream>
 #include <QtWidgets/QApplication>
 
+using ZornTest::IniFile;
+using ZornTest::TestParentProject;
+using ZornTest::TestProject;
+
 static QTextStream out(stdout);
 
-static bool copyTree(const QString &from, const QString &to)
+static void printTree(const QAbstractItemModel &model, const QModelIndex &parent, int depth)
 {
-    Zorn::Archive &fs = Zorn::FileSystemArchive::instance();
-    QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString source = it.next();
-        if (!Zorn::copyFile(fs, source, fs, to + source.mid(from.size())))
-            return false;
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const QModelIndex index = model.index(row, 0, parent);
+        out << QString(depth * 2 + 2, ' ') << index.data().toString()
+            << (model.hasChildren(index) ? "/" : "") << '\n';
+        printTree(model, index, depth + 1);
     }
-    return true;
 }
 
 int main(int argc, char **argv)
@@ -36,51 +41,81 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     MinimalHost host;
+    Zorn::ExtensionManager extensions(QStringLiteral(ZORNX_PLUGIN_DIR));
+    out << "Extensions: " << Zorn::ExtensionManager::list(Zorn::Extension::ArchiveType).size()
+        << " archive format(s)\n";
 
     const QString source = argc > 1 ? QString::fromLocal8Bit(argv[1])
                                     : QStringLiteral(ZORNX_SAMPLE_DIR);
-    if (!QDir(source).exists()) {
-        out << "No such directory: " << source << '\n';
-        return 1;
-    }
     QTemporaryDir work;
-    if (!copyTree(QDir(source).absolutePath(), work.path())) {
-        out << "Could not copy " << source << '\n';
+    const QString game = work.path() + QStringLiteral("/game");
+    if (!QDir(source).exists() || !ZornTest::copyTree(QDir(source).absolutePath(), game)) {
+        out << "Cannot read the directory " << source << '\n';
         return 1;
     }
-    Zorn::Archive &fs = Zorn::FileSystemArchive::instance();
-    out << "Game directory " << source << " (working copy in " << work.path() << ")\n";
+    Zorn::FileSystemArchive &fs = Zorn::FileSystemArchive::instance();
 
-    // Every file below the directory, as a host's project tree would list it.
-    QStringList files;
-    QDirIterator it(work.path(), QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext())
-        files << Zorn::absolutePathToRelative(it.next(), work.path());
-    std::sort(files.begin(), files.end(), Zorn::fileNameLessThan);
-    for (const QString &file : qAsConst(files))
-        out << "  " << file << '\n';
+    ZornTest::TestEngine engine;
+    TestParentProject parent(game, fs, &engine);
+    out << "Opened " << source << (parent.isGame() ? " (a game)" : "") << '\n';
 
-    // Find the first .ini file, whatever the case of its name on disk.
-    const QString name =
-        Zorn::fixFileCase(work.path() + '/', fs, files.contains("game.ini") ? "GAME.INI" : files.value(0));
-    auto *file = new TextFile;
-    if (!file->fromFile(fs, name, 0, host.newJob(QStringLiteral("Open"), 0))) {
-        file->release();
+    // Every character directory with a main file of its own name is a project.
+    QList<TestProject *> projects;
+    const QStringList chars = fs.entries(game + QStringLiteral("/chars"), QDir::Dirs, QDir::Name);
+    for (const QString &name : chars) {
+        const QString main = QStringLiteral("%1/chars/%2/%2.ini").arg(game, name);
+        if (TestProject *project = TestProject::open(&parent, main))
+            projects << project;
+    }
+    out << "Project tree:\n";
+    printTree(parent, QModelIndex(), 0);
+    out << "Projects:\n";
+    for (TestProject *project : qAsConst(projects)) {
+        out << "  " << project->name() << " (" << project->basePath() << "):";
+        for (int type = 0; type < 5; ++type)
+            out << ' ' << engine.queryString(Zorn::Engine::FileTypeName, type) << ' '
+                << project->filesByType(type).size();
+        out << '\n';
+    }
+    if (projects.isEmpty()) {
+        out << "No projects found.\n";
         return 1;
     }
-    out << "Read " << file->displayName() << ": " << file->text.count('\n') << " lines\n";
 
-    file->setText(file->text + QStringLiteral("; edited by the minimal host\n"));
-    out << "Modified: " << (file->isModified() ? "yes" : "no") << '\n';
-    const bool saved = file->toFile(fs, name, 0, host.newJob(QStringLiteral("Save"), 0));
-    out << "Saved through the crash-safe writer: " << (saved ? "yes" : "no")
-        << ", modified now: " << (file->isModified() ? "yes" : "no") << '\n';
+    // Edit one file and save everything that changed.
+    TestProject *first = projects.first();
+    auto *script = static_cast<IniFile *>(first->filesByType(Zorn::Project::Scripts).value(0));
+    if (script) {
+        script->setValue(QStringLiteral("edited"), QStringLiteral("by the minimal host"));
+        out << "Edited " << script->displayName() << "; modified: "
+            << (first->isModified() ? "yes" : "no") << '\n';
+        parent.save(&host);
+        out << "Saved; modified now: " << (first->isModified() ? "yes" : "no")
+            << "; on disk: " << ZornTest::readFile(script->fileName()).trimmed().split('\n').last()
+            << '\n';
+    }
 
-    auto *check = new TextFile;
-    check->fromFile(fs, name, 0, nullptr);
-    out << "Read back, last line: " << check->text.trimmed().split('\n').last() << '\n';
-    check->release();
-    file->release();
-    out << "Done.\n";
-    return saved ? 0 : 1;
+    parent.backup(QStringLiteral("demo"), host.newJob(QStringLiteral("Backup"), 0));
+    QDirIterator backups(game + QStringLiteral("/backup"), QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
+    while (backups.hasNext()) {
+        const QString made = backups.next();
+        out << "Backup: " << QFileInfo(made).fileName() << '\n';
+        if (made.endsWith(QStringLiteral(".zip")))
+            for (Zorn::Extension *extension :
+                 Zorn::ExtensionManager::list(Zorn::Extension::ArchiveType)) {
+                auto *zip = static_cast<Zorn::ArchiveExtension *>(extension);
+                if (Zorn::Archive *archive = zip->createArchive(made, Zorn::ArchiveExtension::Read)) {
+                    out << "  holds chars/: "
+                        << archive->entries(QStringLiteral("chars"), QDir::Dirs | QDir::Files, QDir::Name).join(", ")
+                        << '\n';
+                    archive->release();
+                }
+            }
+    }
+
+    for (TestProject *project : qAsConst(projects))
+        project->release();
+    out << "Closed; parent project freed " << parent.freed << " time(s).\n";
+    qDeleteAll(projects);
+    return 0;
 }
