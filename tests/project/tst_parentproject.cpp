@@ -2,6 +2,8 @@
 #include "testengine.h"
 #include "testinterface.h"
 
+#include <zornx/core/extension.h>
+
 #include <QtCore/QDirIterator>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QAbstractItemModelTester>
@@ -297,6 +299,41 @@ private Q_SLOTS:
         // Later outside changes are heard again.
         QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = later\n"));
         QTRY_COMPARE(cns->value("value"), QString("later"));
+    }
+
+    void backupAndRestoreThroughZip()
+    {
+        Zorn::ExtensionManager extensions(QStringLiteral(ZORNX_PLUGIN_DIR));
+        TestProject *kfm = open("chars/kfm/kfm.ini");
+        TestProject *ryu = open("chars/ryu/ryu.ini");
+        QVERIFY(kfm && ryu);
+        auto *cns = static_cast<IniFile *>(kfm->filesByType(Project::Scripts).first());
+        cns->setValue("value", "zipped");
+        QVERIFY(parent->backup("z", nullptr));
+        const QStringList zips = QDir(game + "/backup").entryList({"*_z.zip"}, QDir::Files);
+        QCOMPARE(zips.size(), 1);
+        const QString zip = game + "/backup/" + zips[0];
+
+        // Ordinary zip tools accept it and see the projects' files at the root.
+        QProcess unzip;
+        unzip.start("unzip", {"-t", zip});
+        QVERIFY(unzip.waitForFinished());
+        QCOMPARE(unzip.exitCode(), 0);
+        unzip.start("unzip", {"-Z1", zip});
+        QVERIFY(unzip.waitForFinished());
+        const QStringList entries = QString(unzip.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+        for (const char *name : {"chars/kfm/kfm.ini", "chars/kfm/sub/extra.air", "chars/ryu/ryu.cns"})
+            QVERIFY2(entries.contains(name), name);
+        QCOMPARE(entries.size(), 8 + 3);
+
+        cns->reload(); // back to the saved text
+        QCOMPARE(cns->value("value"), QString("1"));
+        const int reloads = cns->reloads;
+        QVERIFY(parent->restoreBackup("/" + zips[0].chopped(4), nullptr));
+        QVERIFY(ZornTest::readFile(game + "/chars/kfm/kfm.cns").contains("value = zipped"));
+        QCOMPARE(cns->value("value"), QString("zipped"));
+        QTest::qWait(500);
+        QCOMPARE(cns->reloads, reloads); // the project reloaded it; the watcher did not again
     }
 };
 
