@@ -127,7 +127,8 @@ void ZipArchive::dropPending()
 QString ZipArchive::newTemporaryName()
 {
     if (!temporaryDir) {
-        temporaryDir.reset(new QTemporaryDir(QDir::tempPath() + QStringLiteral("/zornx-zip-XXXXXX")));
+        temporaryDir.reset(
+            new QTemporaryDir(QDir::tempPath() + QStringLiteral("/zornx-zip-XXXXXX")));
         if (!temporaryDir->isValid()) {
             temporaryDir.reset();
             return QString();

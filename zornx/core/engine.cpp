@@ -219,6 +219,7 @@ void EnginePrivate::setOption(const QString &name, const QVariant &value)
 bool EnginePrivate::save()
 {
     const QString fileName = configFile();
+    const QString failure = QStringLiteral("Can't save engine configuration to '%1'!");
     if (fileName.isEmpty())
         return true;
 
@@ -226,7 +227,7 @@ bool EnginePrivate::save()
     Archive &archive = FileSystemArchive::instance();
     QIODevice *device = archive.openFile(fileName, QIODevice::WriteOnly);
     if (!device) {
-        configurationError(QStringLiteral("Can't save engine configuration to '%1'!").arg(fileName));
+        configurationError(failure.arg(fileName));
         return false;
     }
     QXmlStreamWriter writer(device);
@@ -236,7 +237,7 @@ bool EnginePrivate::save()
     writer.writeEndDocument();
     if (writer.hasError()) {
         archive.discardFile(device);
-        configurationError(QStringLiteral("Can't save engine configuration to '%1'!").arg(fileName));
+        configurationError(failure.arg(fileName));
         return false;
     }
     archive.closeFile(device);
