@@ -239,7 +239,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         const QByteArray sample(sampleConfig);
         QTest::newRow("empty") << QByteArray();
-        QTest::newRow("garbage") << QByteArray("\x01\x02 not xml at all \xff\xfe", 22);
+        static const char garbage[] = "\x01\x02 not xml at all \xff\xfe";
+        QTest::newRow("garbage") << QByteArray(garbage, sizeof(garbage) - 1);
         QTest::newRow("mismatched tags") << QByteArray(
             "<configuration><engine name=\"x\"></config></configuration>");
         QTest::newRow("bad attribute") << QByteArray(

@@ -19,7 +19,8 @@ class SimpleMessagesPrivate;
 struct Message
 {
     // All is a filter over every type; a look-up that finds nothing answers with it too.
-    enum Type { Error = 0, Warning = 1, Information = 2, All = 3 };
+    // A fixed underlying type: a type number out of this range is a value, not undefined.
+    enum Type : int { Error = 0, Warning = 1, Information = 2, All = 3 };
 
     Message() = default;
     Message(Type type, unsigned int line, unsigned int column, const QString &text)
