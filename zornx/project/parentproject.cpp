@@ -1,5 +1,6 @@
 #include "parentproject.h"
 #include "parentproject_p.h"
+#include "paths_p.h"
 
 #include "project.h"
 #include "projectfile.h"
@@ -22,22 +23,6 @@ namespace Zorn {
 namespace {
 
 SaveFileAsFunction saveFileAsFunction = nullptr;
-
-// Joins two path pieces with exactly one '/' between them.
-QString joinPath(const QString &a, const QString &b)
-{
-    if (a.isEmpty())
-        return b;
-    if (b.isEmpty())
-        return a;
-    const bool aSlash = a.endsWith(QLatin1Char('/'));
-    const bool bSlash = b.startsWith(QLatin1Char('/'));
-    if (aSlash && bSlash)
-        return a + b.mid(1);
-    if (aSlash || bSlash)
-        return a + b;
-    return a + QLatin1Char('/') + b;
-}
 
 // The archive of type 0 whose format is "ZIP", or null.
 ArchiveExtension *zipExtension()
@@ -193,33 +178,30 @@ QModelIndex ParentProjectPrivate::indexOf(const BasePath *node) const
 
 QStringList ParentProjectPrivate::relativeParts(const QString &path) const
 {
-    QString rest = path;
-    const QString root = nodeName;
     // Only a whole leading directory is the root: "/g/chars2" is not below "/g/chars".
-    if (rest == root)
-        rest.clear();
-    else if (rest.startsWith(root)
-             && (root.endsWith(QLatin1Char('/')) || rest.at(root.size()) == QLatin1Char('/')))
-        rest = rest.mid(root.size());
+    const QString rest = isBelow(path, nodeName) ? path.mid(nodeName.size()) : path;
     return rest.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+}
+
+BasePath *BasePath::child(const QString &name) const
+{
+    for (BasePath *node : childNodes)
+        if (node->nodeName == name)
+            return node;
+    return nullptr;
+}
+
+BasePath *BasePath::descendant(const QStringList &parts)
+{
+    BasePath *node = this;
+    for (int i = 0; node && i < parts.size(); ++i)
+        node = node->child(parts.at(i));
+    return node;
 }
 
 BasePath *ParentProjectPrivate::find(const QString &path) const
 {
-    BasePath *node = const_cast<ParentProjectPrivate *>(this);
-    const QStringList parts = relativeParts(path);
-    for (const QString &part : parts) {
-        BasePath *next = nullptr;
-        for (BasePath *child : qAsConst(node->childNodes))
-            if (child->nodeName == part) {
-                next = child;
-                break;
-            }
-        if (!next)
-            return nullptr;
-        node = next;
-    }
-    return node;
+    return const_cast<ParentProjectPrivate *>(this)->descendant(relativeParts(path));
 }
 
 BasePath *ParentProjectPrivate::walkOrCreate(const QStringList &parts,
@@ -228,12 +210,7 @@ BasePath *ParentProjectPrivate::walkOrCreate(const QStringList &parts,
 {
     BasePath *node = this;
     for (const QString &part : parts) {
-        BasePath *next = nullptr;
-        for (BasePath *child : qAsConst(node->childNodes))
-            if (child->nodeName == part) {
-                next = child;
-                break;
-            }
+        BasePath *next = node->child(part);
         if (!next) {
             auto *directory = new DirectoryPath(node, part, mode, filters);
             const int row = node->childNodes.size();
@@ -394,21 +371,7 @@ const ParentProject::Path *ParentProject::filePath(const QString &absolutePath) 
     const QString base = basePath();
     if (!absolutePath.startsWith(base) && absolutePath + QLatin1Char('/') != base)
         return nullptr;
-    const Path *node = d;
-    const QStringList parts = absolutePath.mid(base.size()).split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    for (const QString &part : parts) {
-        const BasePath *current = static_cast<const BasePath *>(node);
-        const Path *next = nullptr;
-        for (const BasePath *child : current->childNodes)
-            if (child->nodeName == part) {
-                next = child;
-                break;
-            }
-        if (!next)
-            return nullptr;
-        node = next;
-    }
-    return node;
+    return d->descendant(absolutePath.mid(base.size()).split(QLatin1Char('/'), Qt::SkipEmptyParts));
 }
 
 const ParentProject::Path *ParentProject::projectForFile(const Path *path) const

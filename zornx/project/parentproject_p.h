@@ -36,6 +36,10 @@ public:
     void merge(Path *node, const QList<PathInfo> &wanted) override;
     QFileSystemWatcher *watcher() const override;
     virtual Kind kind() const = 0;
+    // The child of that name, or null.
+    BasePath *child(const QString &name) const;
+    // The node reached by walking parts down from here, or null.
+    BasePath *descendant(const QStringList &parts);
 
     QList<BasePath *> childNodes;
     BasePath *parentNode;

@@ -3,6 +3,7 @@
 #include "parentproject.h"
 #include "projectfile.h"
 #include "projectfile_p.h"
+#include "paths_p.h"
 
 #include <zornx/core/archive.h>
 #include <zornx/core/engine.h>
@@ -31,33 +32,6 @@ public:
     QMap<int, unsigned int> selected;
     QMap<int, QList<ProjectFile *>> byType;
 };
-
-namespace {
-
-// Joins two path pieces with exactly one '/' between them.
-QString joinPath(const QString &a, const QString &b)
-{
-    if (a.isEmpty() || b.isEmpty())
-        return a + b;
-    const bool aSlash = a.endsWith(QLatin1Char('/'));
-    const bool bSlash = b.startsWith(QLatin1Char('/'));
-    if (aSlash && bSlash)
-        return a + b.mid(1);
-    return aSlash || bSlash ? a + b : a + QLatin1Char('/') + b;
-}
-
-// name below directory, with the separator boundary: "/a/bc" is not below "/a/b".
-bool isBelow(const QString &name, const QString &directory)
-{
-    if (directory.isEmpty())
-        return true;
-    if (!name.startsWith(directory))
-        return false;
-    return directory.endsWith(QLatin1Char('/')) || name.size() == directory.size()
-        || name.at(directory.size()) == QLatin1Char('/');
-}
-
-} // namespace
 
 Project::Project(ParentProject *parent, int type, ProjectFile *mainFile, bool add)
     : projectType(type), d(new ProjectPrivate(this, parent, mainFile)), projectArchive(nullptr)
