@@ -1,4 +1,5 @@
 #include "dialogresponder.h"
+#include "fixtures.h"
 #include "memoryarchive.h"
 #include "testinterface.h"
 
@@ -14,17 +15,6 @@ class tst_Archive : public QObject
 {
     Q_OBJECT
 private:
-    static QByteArray readAll(const QString &name)
-    {
-        QFile file(name);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-    }
-    static void write(const QString &name, const QByteArray &bytes)
-    {
-        QFile file(name);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
     static QStringList dirEntries(const QString &dir)
     {
         return QDir(dir).entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
@@ -79,7 +69,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QVERIFY(QDir(dir.path()).mkpath("Chars/KFM"));
-        write(dir.path() + "/Chars/KFM/Kfm.Def", "x");
+        QVERIFY(ZornTest::writeFile(dir.path() + "/Chars/KFM/Kfm.Def", "x"));
         const QString base = dir.path() + "/";
         Archive &fs = FileSystemArchive::instance();
         QCOMPARE(Zorn::fixFileCase(base, fs, "chars/kfm/kfm.def"), base + "Chars/KFM/Kfm.Def");
@@ -116,7 +106,7 @@ private Q_SLOTS:
         fs.closeFile(device);
         QVERIFY(fs.fileExists(name));
         QVERIFY(fs.directoryExists(dir.path() + "/sub"));
-        write(dir.path() + "/sub/b.dat", "yy");
+        QVERIFY(ZornTest::writeFile(dir.path() + "/sub/b.dat", "yy"));
         QDir(dir.path()).mkpath("sub/d");
         QCOMPARE(fs.entries(dir.path() + "/sub", QDir::Files, QDir::Name),
                  QStringList({"b.dat", "file.txt"}));
@@ -146,7 +136,7 @@ private Q_SLOTS:
         device = fs.openFile(name, QIODevice::WriteOnly);
         device->write("hello");
         fs.closeFile(device);
-        QCOMPARE(readAll(name), QByteArray("hello"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("hello"));
     }
 
     void existingFileIsReplacedOnClose()
@@ -154,17 +144,17 @@ private Q_SLOTS:
         QTemporaryDir dir;
         FileSystemArchive &fs = FileSystemArchive::instance();
         const QString name = dir.path() + "/file.txt";
-        write(name, "old contents");
+        QVERIFY(ZornTest::writeFile(name, "old contents"));
         QFile::setPermissions(name, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
 
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
         device->write("new");
         // Until the close, the old file is intact and the new bytes live beside it.
-        QCOMPARE(readAll(name), QByteArray("old contents"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("old contents"));
         QCOMPARE(dirEntries(dir.path()).size(), 2);
         fs.closeFile(device);
-        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("new"));
         QCOMPARE(dirEntries(dir.path()), QStringList({"file.txt"}));
         QCOMPARE(QFile::permissions(name) & 0x7077, // owner, group, other
                  QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
@@ -173,7 +163,7 @@ private Q_SLOTS:
         device = fs.openFile(name, QIODevice::WriteOnly);
         device->write("dropped");
         fs.discardFile(device);
-        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("new"));
         QCOMPARE(dirEntries(dir.path()), QStringList({"file.txt"}));
 
         // Read-write starts from a copy of the old contents.
@@ -182,12 +172,12 @@ private Q_SLOTS:
         QCOMPARE(device->readAll(), QByteArray("new"));
         device->write("er");
         fs.closeFile(device);
-        QCOMPARE(readAll(name), QByteArray("newer"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("newer"));
 
         // Discarding a file opened only for reading never removes it.
         device = fs.openFile(name, QIODevice::ReadOnly);
         fs.discardFile(device);
-        QCOMPARE(readAll(name), QByteArray("newer"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("newer"));
     }
 
     void copyFile()
@@ -197,19 +187,19 @@ private Q_SLOTS:
         QByteArray big(300000, Qt::Uninitialized);
         for (int i = 0; i < big.size(); ++i)
             big[i] = char(i * 7 + i / 1000);
-        write(dir.path() + "/a.bin", big);
+        QVERIFY(ZornTest::writeFile(dir.path() + "/a.bin", big));
         QVERIFY(!Zorn::copyFile(fs, dir.path() + "/a.bin", fs, dir.path() + "/a.bin"));
         QVERIFY(!Zorn::copyFile(fs, dir.path() + "/none", fs, dir.path() + "/b.bin"));
         QVERIFY(!QFile::exists(dir.path() + "/b.bin"));
         QVERIFY(Zorn::copyFile(fs, dir.path() + "/a.bin", fs, dir.path() + "/b.bin"));
-        QCOMPARE(readAll(dir.path() + "/b.bin"), big);
+        QCOMPARE(ZornTest::readFile(dir.path() + "/b.bin"), big);
 
         // Across archives, in both directions.
         ZornTest::MemoryArchive memory;
         QVERIFY(Zorn::copyFile(fs, dir.path() + "/a.bin", memory, "m/a.bin"));
         QCOMPARE(memory.files.value("m/a.bin"), big);
         QVERIFY(Zorn::copyFile(memory, "m/a.bin", fs, dir.path() + "/c.bin"));
-        QCOMPARE(readAll(dir.path() + "/c.bin"), big);
+        QCOMPARE(ZornTest::readFile(dir.path() + "/c.bin"), big);
         memory.readOnly = true;
         QVERIFY(!Zorn::copyFile(fs, dir.path() + "/a.bin", memory, "m/b.bin"));
     }

@@ -1,4 +1,5 @@
 #include "dialogresponder.h"
+#include "fixtures.h"
 
 #include <zornx/core/archive.h>
 
@@ -45,18 +46,7 @@ int childWriter(const QString &name)
     return 0;
 }
 
-QByteArray readAll(const QString &name)
-{
-    QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
 
-void write(const QString &name, const QByteArray &bytes)
-{
-    QFile file(name);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 QString temporaryOf(const QString &dir, const QString &target)
 {
@@ -81,7 +71,7 @@ private Q_SLOTS:
         int sawOld = 0, sawNew = 0;
         for (int round = 0; round < 40; ++round) {
             const QByteArray oldBytes = contents(char('a' + round % 26), 100000 + round);
-            write(name, oldBytes);
+            QVERIFY(ZornTest::writeFile(name, oldBytes));
             QProcess child;
             child.start(QCoreApplication::applicationFilePath(), {"--child-writer", name});
             QVERIFY(child.waitForStarted());
@@ -90,7 +80,7 @@ private Q_SLOTS:
             QThread::usleep(QRandomGenerator::global()->bounded(chunks * 1500 + 40000));
             child.kill();
             child.waitForFinished();
-            const QByteArray now = readAll(name);
+            const QByteArray now = ZornTest::readFile(name);
             QVERIFY2(now == oldBytes || now == newBytes,
                      qPrintable(QString("round %1: %2 bytes").arg(round).arg(now.size())));
             (now == oldBytes ? sawOld : sawNew)++;
@@ -102,7 +92,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         const QString name = dir.path() + "/file.txt";
-        write(name, "old");
+        QVERIFY(ZornTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         device->write("new");
@@ -120,7 +110,7 @@ private Q_SLOTS:
                          "You can delete the file and rename the temporary one manually. Seems "
                          "that something is preventing the file to be replaced.")
                      .arg(name));
-        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("new"));
         QVERIFY(temporaryOf(dir.path(), "file.txt").isEmpty());
 
         // Giving up drops the new contents and leaves what is there alone.
@@ -139,7 +129,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         const QString name = dir.path() + "/file.txt";
-        write(name, "old");
+        QVERIFY(ZornTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         device->write("new");
@@ -158,14 +148,14 @@ private Q_SLOTS:
                          "You can rename it manually. Seems that something is preventing the "
                          "file to be renamed.")
                      .arg(name));
-        QCOMPARE(readAll(name), QByteArray("old"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("old"));
     }
 
     void failedDiscardAsks()
     {
         QTemporaryDir dir;
         const QString name = dir.path() + "/file.txt";
-        write(name, "old");
+        QVERIFY(ZornTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         const QString temporary = temporaryOf(dir.path(), "file.txt");
@@ -182,7 +172,7 @@ private Q_SLOTS:
                          "You can remove it manually. Seems that something is preventing the "
                          "file to be removed.")
                      .arg(name));
-        QCOMPARE(readAll(name), QByteArray("old"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("old"));
     }
 };
 
