@@ -86,37 +86,23 @@ private Q_SLOTS:
         QTemporaryDir dir;
         FileSystemArchive &fs = FileSystemArchive::instance();
         const QString name = dir.path() + "/sub/file.txt";
-        QVERIFY(fs.name().isEmpty() && fs.path().isEmpty() && !fs.isReadOnly());
         QCOMPARE(fs.absoluteFilePath(name), dir.path() + "/sub");
         QCOMPARE(fs.absoluteFileName(name), name);
         QVERIFY(fs.absoluteFilePath(QString()).isEmpty());
-        QVERIFY(fs.absoluteFileName(QString()).isEmpty());
         QVERIFY(fs.isWritable(name)); // does not exist yet
-        QVERIFY(!fs.fileExists(name));
         QVERIFY(!fs.openFile(name, QIODevice::ReadOnly));
-
-        // Releases never destroy the singleton.
         for (int i = 0; i < 3; ++i)
-            fs.release();
-        QVERIFY(!fs.fileExists(name));
+            fs.release(); // never destroys the singleton
 
-        QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
-        QVERIFY(device);
-        device->write("x");
-        fs.closeFile(device);
-        QVERIFY(fs.fileExists(name));
-        QVERIFY(fs.directoryExists(dir.path() + "/sub"));
+        // Entries never list links, "." or "..".
+        QVERIFY(ZornTest::writeFile(name, "x"));
         QVERIFY(ZornTest::writeFile(dir.path() + "/sub/b.dat", "yy"));
         QDir(dir.path()).mkpath("sub/d");
-        QCOMPARE(fs.entries(dir.path() + "/sub", QDir::Files, QDir::Name),
-                 QStringList({"b.dat", "file.txt"}));
-        QCOMPARE(fs.entries(dir.path() + "/sub", {"*.txt"}, QDir::Files, QDir::Name),
-                 QStringList({"file.txt"}));
+        QFile::link(name, dir.path() + "/sub/link.txt");
         QCOMPARE(fs.entries(dir.path() + "/sub", QDir::AllEntries, QDir::Name),
                  QStringList({"b.dat", "d", "file.txt"}));
-        QVERIFY(fs.renameFile(name, dir.path() + "/sub/c.txt"));
-        QVERIFY(fs.removeFile(dir.path() + "/sub/c.txt"));
-        QVERIFY(!fs.fileExists(dir.path() + "/sub/c.txt"));
+        QCOMPARE(fs.entries(dir.path() + "/sub", {"*.txt"}, QDir::Files, QDir::Name),
+                 QStringList({"file.txt"}));
     }
 
     void newFileIsWrittenDirectly()

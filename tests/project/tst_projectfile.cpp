@@ -81,17 +81,6 @@ class tst_ProjectFile : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void referenceCountAndFree()
-    {
-        auto *file = new IniFile;
-        QCOMPARE(file->refCount(), 1u);
-        file->addRef();
-        QCOMPARE(file->refCount(), 2u);
-        file->release();
-        QCOMPARE(file->refCount(), 1u);
-        file->release(); // free() deletes it; the sanitizer run checks nothing leaks
-    }
-
     void archiveBinding()
     {
         Held<IniFile> file;
