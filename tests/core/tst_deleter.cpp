@@ -1,7 +1,11 @@
 #include <zornx/core/object.h>
 #include <zornx/core/object_p.h>
 
+#include <QtCore/QProcess>
 #include <QtTest/QtTest>
+
+#include <cstdio>
+#include <cstring>
 
 using Zorn::DeleterProbe;
 using Zorn::ProgressiveDeleter;
@@ -132,5 +136,50 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_Deleter)
+
+// The child: queues one object before the application exists and one after, then ends the
+// application. The post routine, registered by the second enqueue, deletes both before the
+// application object is gone.
+static int postRoutineChild(int argc, char **argv)
+{
+    struct Loud : ProgressiveDeleter::Object
+    {
+        explicit Loud(const char *name) : name(name) {}
+        ~Loud() override { std::printf("deleted %s\n", name); }
+        const char *name;
+    };
+    ProgressiveDeleter::enqueue(new Loud("before"));
+    {
+        QCoreApplication app(argc, argv);
+        ProgressiveDeleter::enqueue(new Loud("after"));
+        std::printf("app ends\n");
+    }
+    std::printf("app gone\n");
+    std::fflush(stdout);
+    return 0;
+}
+
+class tst_DeleterExit : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void postRoutineDrainsAtApplicationEnd()
+    {
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {"--post-routine-child"});
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(QString(child.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts),
+                 QStringList({"app ends", "deleted before", "deleted after", "app gone"}));
+    }
+};
+
+int main(int argc, char **argv)
+{
+    if (argc == 2 && std::strcmp(argv[1], "--post-routine-child") == 0)
+        return postRoutineChild(argc, argv);
+    QCoreApplication app(argc, argv);
+    tst_Deleter deleter;
+    tst_DeleterExit exit;
+    return QTest::qExec(&deleter, argc, argv) | QTest::qExec(&exit, argc, argv);
+}
 #include "tst_deleter.moc"
