@@ -22,4 +22,11 @@
 #include <zornx/project/projectfile.h>
 #include <zornx/project/treemodel.h>
 
+#include <zornx/code/codeblockdata.h>
+#include <zornx/code/codedocument.h>
+#include <zornx/code/codenode.h>
+#include <zornx/code/codenodefile.h>
+#include <zornx/code/codeparser.h>
+#include <zornx/code/textcodecs.h>
+
 #endif

@@ -4,6 +4,7 @@
 #include "projectfile.h"
 #include "projectfile_p.h"
 #include "paths_p.h"
+#include "project_p.h"
 
 #include <zornx/core/archive.h>
 #include <zornx/core/engine.h>
@@ -13,6 +14,15 @@
 #include <QtCore/QFileInfo>
 
 namespace Zorn {
+
+namespace {
+WrappedFileFunction wrappedFileFunction = nullptr;
+} // namespace
+
+void setWrappedFileFunction(WrappedFileFunction function)
+{
+    wrappedFileFunction = function;
+}
 
 // The record is the project's message list.
 class ProjectPrivate : public MessageList
@@ -134,6 +144,9 @@ void Project::release()
             d->unregisterMessages(messages);
         if (file->d->project == this && file != d->mainFile)
             file->d->project = nullptr;
+        if (ProjectFile *wrapped = wrappedFileFunction ? wrappedFileFunction(file) : nullptr)
+            if (wrapped->d->project == this && wrapped != d->mainFile)
+                wrapped->d->project = nullptr;
         file->release();
     }
 }
@@ -245,6 +258,9 @@ bool Project::addFile(ProjectFile *file, int type)
     } else {
         d->files.insert(file, bit);
     }
+    if (wrappedFileFunction)
+        if (ProjectFile *wrapped = wrappedFileFunction(file))
+            wrapped->d->project = this;
     if (Messages *messages = file->fileMessages()) {
         d->registerMessages(messages);
         d->update();
@@ -280,6 +296,7 @@ void Project::removeFile(int type, unsigned int index)
         emit d->parent->fileClosed(file);
     if (file->d->project == this && file != d->mainFile)
         file->d->project = nullptr;
+    unbindWrapped(file);
     file->release();
 }
 
@@ -305,7 +322,17 @@ ProjectFile *Project::takeFile(ProjectFile *file)
             emit fileRemoved(file, FileType(t));
     if (file->d->project == this && file != d->mainFile)
         file->d->project = nullptr;
+    unbindWrapped(file);
     return file;
+}
+
+void Project::unbindWrapped(ProjectFile *file)
+{
+    // The file that a removed file wraps leaves too, unless the project holds it itself.
+    ProjectFile *wrapped = wrappedFileFunction ? wrappedFileFunction(file) : nullptr;
+    if (wrapped && wrapped->d->project == this && wrapped != d->mainFile
+        && !d->files.contains(wrapped))
+        wrapped->d->project = nullptr;
 }
 
 void Project::moveFile(int type, unsigned int from, unsigned int to)

@@ -110,6 +110,7 @@ protected:
 
 private:
     friend class ParentProject;
+    void unbindWrapped(ProjectFile *file);
     int projectType;
     ProjectPrivate *d;
     Archive *projectArchive;

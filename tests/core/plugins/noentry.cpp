@@ -4,7 +4,7 @@
 
 #include <QtCore/qglobal.h>
 
-static UnloadLogger unloadLogger("noentry");
+static UnloadLogger unloadLogger{"noentry"};
 
 extern "C" Q_DECL_EXPORT int notAnExtension()
 {

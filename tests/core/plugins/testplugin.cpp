@@ -1,5 +1,4 @@
 // The plug-ins "alpha" and "beta" of the extension manager's test, one source built twice.
-// Identifiers name each extension uniquely, except where a test needs one shared pointer.
 
 #include "pluginlog.h"
 
@@ -7,51 +6,28 @@
 
 namespace {
 
-UnloadLogger unloadLogger(PLUGIN_ID);
+UnloadLogger unloadLogger{PLUGIN_ID};
 
-class TestExtension : public Zorn::Extension
+struct TestExtension : Zorn::Extension
 {
-public:
-    TestExtension(int type, const char *format, const char *identifier)
-        : kind(type), formatText(format), id(identifier)
+    TestExtension(int type, const char *format, const char *id) : kind(type), text(format), id(id)
     {
     }
-    ~TestExtension() override { pluginLog("delete", id); }
     void release() override
     {
         pluginLog("release", id);
         delete this;
     }
     Type type() const override { return Type(kind); }
-    const char *format() const override { return formatText; }
+    const char *format() const override { return text; }
     const char *identifier() const override { return id; }
-
-private:
     int kind;
-    const char *formatText;
-    const char *id;
+    const char *text, *id;
 };
 
-void offer(int type, const char *format, const char *identifier)
-{
-    auto *extension = new TestExtension(type, format, identifier);
-    if (!Zorn::ExtensionManager::add(extension)) {
-        pluginLog("refused", identifier);
-        delete extension;
-    }
-}
-
 // Distinct arrays: equal texts at different addresses.
-const char one[] = "ONE";
-const char dup[] = "DUP";
-#if defined(PLUGIN_ALPHA)
-const char palette[] = "PAL";
-const char sameA[] = "SAME";
-const char sameB[] = "SAME";
-const char t16[] = "T16";
-const char t16Other[] = "T16B";
-const char t16Identifier[] = "alpha.t16.a";
-#endif
+const char one[] = "ONE", dup[] = "DUP", pal[] = "PAL", sameA[] = "SAME", sameB[] = "SAME";
+const char t16[] = "T16", t16Other[] = "T16B", t16Identifier[] = "alpha.t16.a";
 
 } // namespace
 
@@ -60,19 +36,20 @@ extern "C" Q_DECL_EXPORT void registerExtension(Zorn::ExtensionManager *manager)
     char text[64];
     std::snprintf(text, sizeof text, "%p", static_cast<void *>(manager));
     pluginLog("register " PLUGIN_ID, text);
+    const TestExtension offers[] = {
 #if defined(PLUGIN_ALPHA)
-    offer(Zorn::Extension::ImageReaderType, one, "alpha.one");
-    offer(Zorn::Extension::ImageWriterType, dup, "alpha.dup");
-    offer(Zorn::Extension::PaletteReaderType, palette, "alpha.pal.first");
-    offer(Zorn::Extension::PaletteReaderType, palette, "alpha.pal.second");
-    offer(Zorn::Extension::PaletteWriterType, sameA, "alpha.same.a");
-    offer(Zorn::Extension::PaletteWriterType, sameB, "alpha.same.b");
-    offer(Zorn::Extension::Type16, t16, t16Identifier);
-    offer(Zorn::Extension::Type16, t16, "alpha.t16.b");
-    offer(Zorn::Extension::Type16, t16Other, t16Identifier);
-    offer(Zorn::Extension::TypeCount, one, "alpha.out.of.range");
+        {1, one, "alpha.one"},         {2, dup, "alpha.dup"},
+        {3, pal, "alpha.pal.first"},   {3, pal, "alpha.pal.second"},
+        {4, sameA, "alpha.same.a"},    {4, sameB, "alpha.same.b"},
+        {16, t16, t16Identifier},      {16, t16, "alpha.t16.b"},
+        {16, t16Other, t16Identifier}, {Zorn::Extension::TypeCount, one, "alpha.out.of.range"},
 #else
-    offer(Zorn::Extension::ImageReaderType, one, "beta.one");
-    offer(Zorn::Extension::ImageWriterType, dup, "beta.dup");
+        {1, one, "beta.one"}, {2, dup, "beta.dup"},
 #endif
+    };
+    for (const TestExtension &offer : offers) {
+        auto *extension = new TestExtension(offer);
+        if (!Zorn::ExtensionManager::add(extension))
+            delete extension;
+    }
 }

@@ -1,0 +1,148 @@
+#ifndef ZORNX_CODE_CODEDOCUMENT_P_H
+#define ZORNX_CODE_CODEDOCUMENT_P_H
+
+#include <zornx/code/codeblockdata.h>
+#include <zornx/code/codedocument.h>
+#include <zornx/code/codenodefile.h>
+#include <zornx/core/messages.h>
+
+#include <QtCore/QFuture>
+#include <QtCore/QMap>
+#include <QtCore/QObject>
+#include <QtCore/QVector>
+#include <QtGui/QTextCharFormat>
+
+namespace Zorn {
+
+// The codec id of a document, kept in its QObject user data.
+class CodeDocumentUserData : public QObjectUserData
+{
+public:
+    int codecId = 0;
+};
+
+enum { CodeDocumentUserDataId = 0xC0DE };
+
+class CodeBlockDataPrivate
+{
+public:
+    CodeBlockDataPrivate *nextWithMessages = nullptr;
+    CodeDocumentPrivate *document = nullptr; // null once the document has gone
+    CodeNode *node = nullptr;                // owned
+    bool folded = false;
+    bool parsed = false;
+    unsigned int foldingIndent = 0;
+    QTextBlock block;
+    QList<CodeMark *> marks;
+    QList<CodeLink *> links; // owned
+    QVector<CodeBlockData::SyntaxMessage> messages;
+    QVector<CodeBlockData::Parenthesis> parenthesis;
+    // The block's state has been set by a parse. A block that a split has just made starts
+    // with the state -1, which tells nothing about the lines behind it.
+    bool stated = false;
+};
+
+class CodeNodeFilePrivate
+{
+public:
+    CodeDocument *document = nullptr;
+};
+
+// The machine behind a CodeDocument: the passes over changed lines, the per-line records,
+// the syntax interface that parsers write to, and the document's messages as a list model
+// (a view of the chain of the lines that have messages, in document order).
+class CodeDocumentPrivate : public Messages, public CodeParserSyntax
+{
+    Q_OBJECT
+public:
+    explicit CodeDocumentPrivate(CodeDocument *document);
+    ~CodeDocumentPrivate() override;
+
+    // Messages
+    ProjectFile *file() const override;
+    unsigned int count(Message::Type type) const override;
+    Message at(unsigned int index, Message::Type type) const override;
+
+    // CodeParserSyntax
+    void setToken(TokenType type, int start, int end) override;
+    void addError(TokenType type, const QString &text, int start, int end) override;
+    void addDeprecation(TokenType type, const QString &text, int start, int end) override;
+    void addWarning(TokenType type, const QString &text, int start, int end) override;
+    void addParenthesis(bool opening, QChar character, int position) override;
+    void addLink(CodeLink *link) override;
+
+    // The reformat pass over the blocks that a change touched, and on while states differ.
+    void reformatBlocks(int from, int charsRemoved, int charsAdded);
+    // Every block, with the model suspended by the caller.
+    void wholeDocumentPass();
+    // The edit behind every programmatic insertion; parses at once inside a change.
+    void insertText(const QString &text, QTextCursor cursor);
+
+    // Lowers updateDepth and tells the message list at the outermost level.
+    void endUpdate();
+    void suspendModel();
+    void resumeModel();
+    void removeMessages(CodeBlockDataPrivate *record);
+
+    CodeDocument *document;
+    CodeParser *parser = nullptr;
+    CodeBlockDataPrivate *currentData = nullptr;
+    QTextCursor cursor;
+    qint16 changeDepth = 0;
+    quint16 updateDepth = 0;
+    QMap<unsigned int, CodeNodeFile *> nodeFiles; // key: subType << 12 | type
+    QFuture<void> saveFuture;
+    int errorCount = 0;
+    int warningCount = 0;
+    int infoCount = 0;
+    QVector<CodeBlockData::SyntaxMessage> pendingMessages;
+    CodeBlockDataPrivate *firstWithMessages = nullptr;
+    QVector<QTextCharFormat> formatChanges;
+    QTextBlock currentBlock;
+    bool rehighlighting = false;
+    bool reformatting = false;
+    bool reparsePending = false;
+    bool rehighlightPending = false;
+    bool modelEnabled = true;
+    int modelLock = 0;
+    int modelRows = 0;
+    bool destroying = false;
+    int savedRevision = 0;
+
+    // The last record of the chain of lines with messages: a pass that goes down the
+    // document appends there without a walk.
+    CodeBlockDataPrivate *lastWithMessages = nullptr;
+    // The block parsed last in the running pass, and the node that the next block's
+    // insertion point starts from; spares each line a walk back over lines without nodes.
+    QTextBlock cachedBlock;
+    CodeNode *cachedPrevious = nullptr;
+
+public Q_SLOTS:
+    void reformatBlocksSlot(int from, int charsRemoved, int charsAdded);
+
+private:
+    // The block parser, on currentBlock.
+    void parseBlock(bool highlight);
+    // With no parser: what an earlier parser left on the line goes.
+    void clearRecord(CodeBlockDataPrivate *record);
+    // Where the node of block goes in the chain; previousNode is the node of the nearest
+    // earlier line that has one.
+    CodeNode *insertionPoint(const QTextBlock &block, CodeNode **previousNode) const;
+    // Calls the parser on one block; returns the last node of the line.
+    CodeNode *callParser(CodeBlockDataPrivate *record, const QTextBlock &block,
+                         CodeNode *insertAfter, CodeParserSyntax *syntax);
+    void setState(QTextBlock block, CodeBlockDataPrivate *record) const;
+    void insertMessages(CodeBlockDataPrivate *record);
+    void computeFoldingIndent(const QTextBlock &block, CodeBlockDataPrivate *record,
+                              CodeNode *previousNode, CodeNode *insertAfter) const;
+    void applyFormats();
+    void addMessage(int kind, TokenType type, const QString &text, int start, int end);
+    void writeFormat(const QTextCharFormat &format, int start, int end);
+};
+
+// Expands tabs to blanks with stops every four columns.
+void expandTabs(QString &text);
+
+} // namespace Zorn
+
+#endif
