@@ -1,7 +1,8 @@
 // The smallest program that uses the library as a host does. It installs its Interface, loads
 // the extensions, opens a game directory as a parent project with the test engine module,
 // lists the project tree and the projects, edits a file, saves through the crash-safe path
-// and makes a backup (a .zip when the ZIP extension is loaded).
+// and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
+// prints its tree and messages.
 //
 //   minimal-host [directory]     (default: the sample game shipped beside this example)
 //
@@ -10,6 +11,7 @@
 #include "host.h"
 
 #include "fixtures.h"
+#include "testcode.h"
 #include "testengine.h"
 
 #include <zornx/zornx.h>
@@ -111,6 +113,17 @@ int main(int argc, char **argv)
                     archive->release();
                 }
             }
+    }
+
+    // A code file, parsed line by line by the engine's parser, with what the parser found.
+    ZornTest::TestCodeDocument code;
+    code.setPlainText(QStringLiteral("[Data]\nlife = 1000\npower = lots ; a string\n"
+                                     "[Statedef 200]\ntype = 1.5, 2\noops\n"));
+    out << "Code tree: " << ZornTest::describeTree(code.root()) << '\n';
+    const Zorn::Messages *messages = code.messages();
+    for (unsigned int i = 0; i < messages->count(Zorn::Message::All); ++i) {
+        const Zorn::Message m = messages->at(i, Zorn::Message::All);
+        out << "  line " << m.line + 1 << ": " << m.text << '\n';
     }
 
     for (TestProject *project : qAsConst(projects))
