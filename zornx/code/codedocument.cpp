@@ -882,7 +882,7 @@ CodeDocument::CodeDocument(short fileType)
 
 CodeDocument::~CodeDocument()
 {
-    d->saveFuture.waitForFinished();
+    d->waitForSave(); // and commit its file
     QList<CodeNodeFile *> files;
     for (CodeNodeFile *file : qAsConst(d->nodeFiles))
         if (!files.contains(file))

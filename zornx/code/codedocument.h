@@ -155,7 +155,10 @@ public:
 
     // The index into the codec table, kept in the document's user data.
     int codecId() const;
+    // Both setters first wait for a running background save.
     void setCodecId(int id);
+    QString codecName() const;
+    void setCodec(const char *name);
 
     // The ten formats shared by all documents.
     static void setSyntaxFormat(CodeParserSyntax::TokenType type, const QTextCharFormat &format);
@@ -173,6 +176,13 @@ protected:
     Messages *fileMessages() const override;
 
 private:
+    // The load behind fromFile() and reload(); codecId -1 detects the codec.
+    bool fromFile(Archive &archive, const QString &name, int codecId, unsigned int flags,
+                  JobStats *job);
+    // The end of every save, on the GUI thread: commits the file and gives the name back.
+    void saveFinished(Archive *archive, QIODevice *device, const QString &name,
+                      unsigned int flags, JobStats *job);
+
     friend class CodeDocumentPrivate;
     friend class CodeDocumentRoot;
     friend class CodeNodeFile;

@@ -7,6 +7,7 @@
 #include <zornx/core/messages.h>
 
 #include <QtCore/QFuture>
+#include <QtCore/QIODevice>
 #include <QtCore/QMap>
 #include <QtCore/QObject>
 #include <QtCore/QVector>
@@ -19,6 +20,9 @@ class CodeDocumentUserData : public QObjectUserData
 {
 public:
     int codecId = 0;
+    // The file began with a UTF-8 byte order mark, which the codec drops: saves in UTF-8
+    // write it again.
+    bool utf8Bom = false;
 };
 
 enum { CodeDocumentUserDataId = 0xC0DE };
@@ -108,6 +112,8 @@ public:
     int modelRows = 0;
     bool destroying = false;
     int savedRevision = 0;
+    // The document's revision when the running save took its text.
+    int snapshotRevision = 0;
 
     // The last record of the chain of lines with messages: a pass that goes down the
     // document appends there without a walk.
@@ -117,8 +123,19 @@ public:
     QTextBlock cachedBlock;
     CodeNode *cachedPrevious = nullptr;
 
+    // Waits for the running save and finishes it here and now, so that its commit cannot
+    // land after what the caller does next.
+    void waitForSave();
+
+Q_SIGNALS:
+    // Emitted by the save worker; arrives queued on the GUI thread.
+    void saveFinished(Zorn::Archive *archive, QIODevice *file, QString fileName, uint flags,
+                      Zorn::JobStats *stats);
+
 public Q_SLOTS:
     void reformatBlocksSlot(int from, int charsRemoved, int charsAdded);
+    void callDocSaveFinished(Zorn::Archive *archive, QIODevice *file, QString fileName,
+                             uint flags, Zorn::JobStats *stats);
 
 private:
     // The block parser, on currentBlock.
@@ -144,5 +161,8 @@ private:
 void expandTabs(QString &text);
 
 } // namespace Zorn
+
+Q_DECLARE_METATYPE(Zorn::Archive *)
+Q_DECLARE_METATYPE(Zorn::JobStats *)
 
 #endif

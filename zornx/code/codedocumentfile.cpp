@@ -7,13 +7,27 @@
 
 #include <zornx/core/object.h>
 
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
+#include <QtConcurrent/QtConcurrentRun>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 
 namespace Zorn {
 
 namespace {
 
 const QString modelKey = QStringLiteral("modelCode");
+// Carries "save_spaceToTab" to the save worker.
+const unsigned int spaceToTabFlag = 1u << 15;
+
+// The types that cross the queued connection from the save worker.
+const bool saveTypesRegistered = (qRegisterMetaType<Zorn::Archive *>("Zorn::Archive*"),
+                                  qRegisterMetaType<Zorn::JobStats *>("Zorn::JobStats*"),
+                                  qRegisterMetaType<QIODevice *>("QIODevice*"), true);
 
 void markRevisions(CodeDocument *document, int &savedRevision)
 {
@@ -22,46 +36,114 @@ void markRevisions(CodeDocument *document, int &savedRevision)
         block.setRevision(savedRevision);
 }
 
-// The bytes of the file: CR LF line ends, optionally blanks to tabs, in the codec.
-QByteArray saveData(QString text, int codecId, bool spaceToTab)
+const char utf8Bom[] = "\xEF\xBB\xBF";
+
+CodeDocumentUserData *codecData(const CodeDocument *document)
 {
-    text.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
-    if (spaceToTab) {
-        QString out;
-        out.reserve(text.size());
-        int column = 0;
-        for (int i = 0; i < text.size(); ++i) {
-            const QChar c = text.at(i);
-            if (c == QLatin1Char(' ')) {
-                const int toStop = 4 - column % 4;
-                int run = 0;
-                while (run < 4 && i + run < text.size() && text.at(i + run) == QLatin1Char(' '))
-                    ++run;
-                if (toStop == 1 || run < toStop) {
-                    out += c;
-                    ++column;
-                } else {
-                    out += QLatin1Char('\t');
-                    i += toStop - 1;
-                    column += toStop;
-                }
-            } else if (c == QLatin1Char('\t')) {
-                out += c;
-                column += 4 - column % 4;
-            } else if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
-                out += c;
-                column = 0;
-            } else {
-                out += c;
-                ++column;
-            }
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    return static_cast<CodeDocumentUserData *>(document->userData(CodeDocumentUserDataId));
+    QT_WARNING_POP
+}
+
+void setUtf8Bom(const CodeDocument *document, bool bom)
+{
+    if (CodeDocumentUserData *data = codecData(document))
+        data->utf8Bom = bom;
+}
+
+// The bytes of the file: CR LF line ends, optionally blanks to tabs, in the codec. The
+// text may be raw (paragraph separators, no-break spaces) as the document holds it: it is
+// made plain here, in the one pass, off the GUI thread.
+QByteArray saveData(const QString &text, const CodeDocument *document, bool spaceToTab)
+{
+    const CodeDocumentUserData *data = codecData(document);
+    const int codecId = data ? data->codecId : 0;
+    const bool bom = data && data->utf8Bom && codecId == TextCodecs::index("UTF-8");
+    QString out;
+    out.reserve(text.size() + text.size() / 16 + 16);
+    const QChar *c = text.constData();
+    const QChar *const end = c + text.size();
+    int column = 0;
+    for (; c != end; ++c) {
+        ushort u = c->unicode();
+        switch (u) {
+        case 0x2029: // paragraph separator
+        case 0x2028: // line separator
+        case 0xfdd0: // frame start
+        case 0xfdd1: // frame end
+            u = '\n';
+            break;
+        case 0x00a0: // no-break space
+            u = ' ';
+            break;
+        default:
+            break;
         }
-        text = out;
+        if (u == '\n') {
+            out += QLatin1String("\r\n");
+            column = 0;
+        } else if (u == '\r') {
+            out += QLatin1Char('\r');
+            column = 0;
+        } else if (u == ' ' && spaceToTab) {
+            const int toStop = 4 - column % 4;
+            int run = 1;
+            while (run < 4 && c + run != end
+                   && (c[run].unicode() == ' ' || c[run].unicode() == 0x00a0))
+                ++run;
+            if (toStop == 1 || run < toStop) {
+                out += QLatin1Char(' ');
+                ++column;
+            } else {
+                out += QLatin1Char('\t');
+                c += toStop - 1;
+                column += toStop;
+            }
+        } else if (u == '\t') {
+            out += QLatin1Char('\t');
+            column += 4 - column % 4;
+        } else {
+            out += QChar(u);
+            ++column;
+        }
     }
-    return TextCodecs::stringToData(text, codecId);
+    const QByteArray bytes = TextCodecs::stringToData(out, codecId);
+    return bom ? QByteArray(utf8Bom) + bytes : bytes;
+}
+
+// After a save of the text as it was at snapshotRevision: lines unchanged since the last
+// mark take the new saved revision, lines changed before the snapshot become negative
+// (changed and saved), lines changed after it keep their revision and so count as unsaved.
+void updateRevisions(CodeDocument *document, int &savedRevision, int snapshotRevision)
+{
+    const int old = savedRevision;
+    savedRevision = snapshotRevision;
+    if (old == savedRevision)
+        return;
+    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
+        const int revision = block.revision();
+        if (revision == old)
+            block.setRevision(savedRevision);
+        else if (revision < 0 || revision <= snapshotRevision)
+            block.setRevision(~savedRevision);
+    }
 }
 
 } // namespace
+
+void CodeDocumentPrivate::waitForSave()
+{
+    saveFuture.waitForFinished();
+    // The worker has posted its end; deliver it before anything else touches the document.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+}
+
+void CodeDocumentPrivate::callDocSaveFinished(Archive *archive, QIODevice *file,
+                                              QString fileName, uint flags, JobStats *stats)
+{
+    document->saveFinished(archive, file, fileName, flags, stats);
+}
 
 void expandTabs(QString &text)
 {
@@ -96,7 +178,7 @@ void CodeDocument::setFileName(const QString &name)
 
 void CodeDocument::fromString(const QString &text)
 {
-    d->saveFuture.waitForFinished();
+    d->waitForSave();
     fileLoaded(FileSystemArchive::instance(), QString(), false);
     QString copy = text;
     if (option(QStringLiteral("open_tabToSpace"), false).toBool())
@@ -107,13 +189,14 @@ void CodeDocument::fromString(const QString &text)
     markRevisions(this, d->savedRevision);
     setModified(false);
     setCodecId(TextCodecs::index("UTF-8"));
+    setUtf8Bom(this, false);
     d->modelEnabled = option(modelKey, true).toBool();
     d->resumeModel();
 }
 
 void CodeDocument::reset()
 {
-    d->saveFuture.waitForFinished();
+    d->waitForSave();
     fileLoaded(FileSystemArchive::instance(), QString(), false);
     d->suspendModel();
     setFileName(QString());
@@ -122,6 +205,7 @@ void CodeDocument::reset()
     setModified(false);
     emit modificationChanged(false);
     setCodecId(TextCodecs::index("UTF-8"));
+    setUtf8Bom(this, false);
     d->modelEnabled = option(modelKey, true).toBool();
     d->resumeModel();
 }
@@ -130,13 +214,20 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, unsigned int 
                             JobStats *job)
 {
     fileLoaded(archive, name, flags & Copy);
+    return fromFile(archive, name, -1, flags, job);
+}
+
+bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, unsigned int flags,
+                            JobStats *job)
+{
     QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
     if (!device)
         return false;
-    d->saveFuture.waitForFinished();
-    int codec = -1;
-    QString text = TextCodecs::stringFromData(device->readAll(), &codec);
+    d->waitForSave();
+    const QByteArray bytes = device->readAll();
+    QString text = TextCodecs::stringFromData(bytes, &codec);
     setCodecId(codec);
+    setUtf8Bom(this, bytes.startsWith(utf8Bom));
     if (option(QStringLiteral("open_tabToSpace"), false).toBool())
         expandTabs(text);
     d->suspendModel();
@@ -162,52 +253,162 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, unsigned int fl
     QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
     if (!device)
         return false;
-    d->saveFuture.waitForFinished();
+    d->waitForSave();
     if (job)
         job->setMaximum(1);
     fileSaved(archive, name, flags & Copy);
-    const bool spaceToTab = option(QStringLiteral("save_spaceToTab"), false).toBool();
-    device->write(saveData(toPlainText(), codecId(), spaceToTab));
+    if (!(flags & Copy))
+        setFileName(QString());
+    d->snapshotRevision = revision();
+    if (option(QStringLiteral("save_spaceToTab"), false).toBool())
+        flags |= spaceToTabFlag;
+    if (flags & SaveInBackground) {
+        Q_UNUSED(saveTypesRegistered)
+        connect(d, &CodeDocumentPrivate::saveFinished, d, &CodeDocumentPrivate::callDocSaveFinished,
+                Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection));
+        CodeDocumentPrivate *priv = d;
+        Archive *store = &archive;
+        // The raw text spares the GUI thread a pass; the worker makes it plain.
+        const QString text = toRawText();
+        d->saveFuture = QtConcurrent::run([priv, device, text, store, name, flags, job] {
+            device->write(saveData(text, priv->document, flags & spaceToTabFlag));
+            // The bytes reach the disk here, so that the commit on the GUI thread only renames.
+            if (auto *file = qobject_cast<QFileDevice *>(device)) {
+                file->flush();
+#ifdef Q_OS_UNIX
+                ::fsync(file->handle());
+#endif
+            }
+            emit priv->saveFinished(store, device, name, flags, job);
+        });
+        return true;
+    }
+    device->write(saveData(toRawText(), this, flags & spaceToTabFlag));
+    saveFinished(&archive, device, name, flags, job);
+    return true;
+}
+
+void CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QString &name,
+                                unsigned int flags, JobStats *job)
+{
     if (!(flags & Copy)) {
         setFileName(name);
-        markRevisions(this, d->savedRevision);
+        updateRevisions(this, d->savedRevision, d->snapshotRevision);
         setModified(false);
     }
-    archive.closeFile(device);
-    ProjectFile::toFile(archive, name, flags, job);
+    archive->closeFile(device);
+    ProjectFile::toFile(*archive, name, flags & ~spaceToTabFlag, job);
     if (job)
         job->setValue(1);
-    return true;
 }
 
 void CodeDocument::reload()
 {
+    // A running save holds the name back until it ends.
+    d->waitForSave();
     const QString name = fileName();
-    if (name.isEmpty())
-        return;
-    Archive &store = archive();
-    QIODevice *device = store.openFile(name, QIODevice::ReadOnly);
-    if (!device)
-        return;
-    d->saveFuture.waitForFinished();
-    int codec = codecId();
-    const QString text = TextCodecs::stringFromData(device->readAll(), &codec);
-    store.closeFile(device);
-    d->suspendModel();
-    ++d->updateDepth;
-    setPlainText(text);
-    d->endUpdate();
-    d->modelEnabled = option(modelKey, true).toBool();
-    d->resumeModel();
-    markRevisions(this, d->savedRevision);
-    setModified(false);
+    if (!name.isEmpty())
+        fromFile(archive(), name, codecId(), 0, nullptr);
 }
 
-QList<ProjectFile::SearchResult> CodeDocument::search(const RegExp &, unsigned int) const
+QString CodeDocument::codecName() const
 {
-    return QList<SearchResult>();
+    return TextCodecs::name(codecId());
 }
 
-void CodeDocument::replace(const QList<SearchResult> &, const QString &) {}
+void CodeDocument::setCodec(const char *name)
+{
+    d->waitForSave();
+    setCodecId(TextCodecs::index(name));
+}
+
+QList<ProjectFile::SearchResult> CodeDocument::search(const RegExp &expression,
+                                                      unsigned int flags) const
+{
+    QList<SearchResult> results;
+    const QString text = toPlainText();
+    QRegExp rx(expression); // matching changes a QRegExp's captures
+
+    auto add = [&](int position) {
+        const QTextBlock block = findBlock(position);
+        SearchResult result;
+        result.line = block.blockNumber();
+        result.position = position - block.position();
+        result.length = rx.matchedLength();
+        result.captures = rx.capturedTexts().mid(1);
+        result.text = block.text();
+        // A match over line ends carries the text of every line it reaches.
+        const int end = position + result.length;
+        for (QTextBlock next = block; end > next.position() + next.length();) {
+            next = next.next();
+            if (!next.isValid())
+                break;
+            result.text += next.text();
+        }
+        results.append(result);
+    };
+
+    if (flags & FindAll) {
+        // Matches do not overlap, so that replacing all of them keeps every one whole.
+        for (int at = rx.indexIn(text, 0); at >= 0;
+             at = rx.indexIn(text, at + qMax(rx.matchedLength(), 1))) {
+            add(at);
+            if (at >= text.size())
+                break;
+        }
+        return results;
+    }
+
+    const bool fromStart = flags & FromStart;
+    const bool wrap = !fromStart && (flags & Wrap);
+    int at;
+    if (flags & Backwards) {
+        const QTextBlock last = lastBlock();
+        const int offset = fromStart ? -1
+                                     : d->cursor.selectionStart()
+                                           - (last.position() + last.length()) - 1;
+        at = rx.lastIndexIn(text, offset);
+        if (at < 0 && wrap)
+            at = rx.lastIndexIn(text, -1);
+    } else {
+        at = rx.indexIn(text, fromStart ? 0 : d->cursor.position());
+        if (at < 0 && wrap)
+            at = rx.indexIn(text, 0);
+    }
+    if (at >= 0)
+        add(at);
+    return results;
+}
+
+void CodeDocument::replace(const QList<SearchResult> &results, const QString &replacement)
+{
+    if (results.isEmpty())
+        return;
+    // Several replacements are one step for undo.
+    const bool grouped = results.size() > 1;
+    if (grouped)
+        beginChange();
+    static const QRegularExpression placeholder(QStringLiteral("%L?[0-9]"));
+    for (int i = results.size() - 1; i >= 0; --i) {
+        const SearchResult &result = results.at(i);
+        const int end = characterCount() - 1;
+        QString text = replacement;
+        for (const QString &capture : result.captures) {
+            if (!text.contains(placeholder))
+                break;
+            text = text.arg(capture, 0, QLatin1Char(' '));
+        }
+        const QTextBlock block = findBlockByNumber(result.line);
+        if (!block.isValid())
+            continue;
+        const int from = qBound(0, block.position() + result.position, end);
+        QTextCursor cursor(this);
+        cursor.setPosition(from);
+        cursor.setPosition(qBound(from, from + result.length, end), QTextCursor::KeepAnchor);
+        cursor.insertText(text);
+    }
+    if (grouped)
+        endChange();
+}
 
 } // namespace Zorn

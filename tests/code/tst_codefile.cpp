@@ -1,0 +1,316 @@
+#include "memoryarchive.h"
+#include "testcode.h"
+
+#include <zornx/code/textcodecs.h>
+
+#include <QtCore/QProcess>
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QTextCodec>
+#include <QtTest/QtTest>
+
+#include <cstdio>
+#include <cstring>
+
+using namespace Zorn;
+using ZornTest::MemoryArchive;
+using ZornTest::TestCodeDocument;
+
+namespace {
+
+using Results = QList<ProjectFile::SearchResult>;
+
+// Runs the event loop until the document's background save has handed its name back.
+bool waitForName(const CodeDocument &doc)
+{
+    return QTest::qWaitFor([&] { return !doc.fileName().isEmpty(); }, 10000);
+}
+
+QString describe(const Results &results)
+{
+    QStringList out;
+    for (const ProjectFile::SearchResult &r : results)
+        out << QString("%1:%2+%3 %4 [%5]")
+                   .arg(r.line).arg(r.position).arg(r.length).arg(r.text, r.captures.join(','));
+    return out.join(" | ");
+}
+
+// The text of the killed save's child and what the file holds after each outcome.
+QString childText() { return QString("value = 1234567890 ; a line of a large file\n").repeated(200000); }
+
+int childSaver(const QString &name)
+{
+    TestCodeDocument doc;
+    doc.setParser(nullptr); // the text is only written here
+    doc.fromString(childText());
+    std::puts("ready");
+    std::fflush(stdout);
+    if (!doc.toFile(FileSystemArchive::instance(), name, ProjectFile::SaveInBackground, nullptr))
+        return 2;
+    return waitForName(doc) ? 0 : 3;
+}
+
+} // namespace
+
+class tst_CodeFile : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase() { TextCodecs::initialize(); }
+
+    void codecsRoundTrip_data()
+    {
+        QTest::addColumn<QByteArray>("codec");
+        QTest::addColumn<QByteArray>("bom");
+        QTest::addColumn<QString>("text");
+        const QString latin = QString::fromUtf8(
+            "[Info]\nname = \"Café – „Crème“\"\n; Der Kämpfer kostet 5 € … "
+            "und „läuft“ schnell – über die Bühne.\n");
+        QTest::newRow("utf-8") << QByteArray("UTF-8") << QByteArray()
+                               << QString::fromUtf8("[Info]\nname = \"Ryū 竜\"\nnote = ü € 😀\n");
+        QTest::newRow("utf-8 bom") << QByteArray("UTF-8") << QByteArray("\xef\xbb\xbf")
+                                   << QString::fromUtf8("[Info]\nname = \"Ken ケン\"\n");
+        QTest::newRow("utf-16le") << QByteArray("UTF-16LE") << QByteArray()
+                                  << QString::fromUtf8("[Info]\nname = \"春麗\"\n; λ ω\n");
+        QTest::newRow("utf-16be") << QByteArray("UTF-16BE") << QByteArray()
+                                  << QString::fromUtf8("[Info]\nname = \"Гуиль\"\n");
+        QTest::newRow("shift-jis")
+            << QByteArray("Shift_JIS") << QByteArray()
+            << QString::fromUtf8("[Info]\nname = \"リュウ\"\n; 波動拳を撃つ、昇龍拳で迎え撃つ。\n"
+                                 "; 必殺技のコマンドは下、前、パンチです。\n");
+        QTest::newRow("gbk") << QByteArray("GBK") << QByteArray()
+                             << QString::fromUtf8("[Info]\nname = \"春丽\"\n; 这是一个格斗游戏的角色文件。"
+                                                  "\n; 她的必杀技是百裂脚和气功拳。\n");
+        QTest::newRow("windows-1251")
+            << QByteArray("windows-1251") << QByteArray()
+            << QString::fromUtf8("[Info]\nname = \"Звезда\"\n; Это файл персонажа для игры, "
+                                 "в которой бойцы сражаются на арене.\n");
+        QTest::newRow("windows-1252") << QByteArray("windows-1252") << QByteArray() << latin;
+    }
+
+    // Each file loads as its codec and an unchanged document writes it back byte for byte,
+    // on this thread and in the background.
+    void codecsRoundTrip()
+    {
+        QFETCH(QByteArray, codec);
+        QFETCH(QByteArray, bom);
+        QFETCH(QString, text);
+        QTextCodec *qcodec = QTextCodec::codecForName(codec);
+        QVERIFY(qcodec);
+        QString crlf = text;
+        crlf.replace("\n", "\r\n");
+        const QByteArray bytes = bom + qcodec->fromUnicode(crlf);
+        MemoryArchive archive;
+        archive.files.insert("/in.def", bytes);
+        TestCodeDocument doc;
+        QVERIFY(doc.fromFile(archive, "/in.def", 0, nullptr));
+        const QString name = doc.codecName().toUpper();
+        QVERIFY2(name == codec.toUpper() || (codec == "GBK" && name == "GB18030"), qPrintable(name));
+        QCOMPARE(doc.toPlainText(), text);
+        QVERIFY(doc.toFile(archive, "/out.def", 0, nullptr));
+        QCOMPARE(archive.files.value("/out.def"), bytes);
+        QVERIFY(doc.toFile(archive, "/bg.def", ProjectFile::SaveInBackground, nullptr));
+        QVERIFY(waitForName(doc));
+        QCOMPARE(archive.files.value("/bg.def"), bytes);
+    }
+
+    void tabs_data()
+    {
+        QTest::addColumn<bool>("load"); // expand on load, else blanks to tabs on save
+        QTest::addColumn<QString>("in");
+        QTest::addColumn<QString>("out");
+        QTest::newRow("tab at 0") << true << "\tx" << "    x";
+        QTest::newRow("tab at 2") << true << "ab\tc" << "ab  c";
+        QTest::newRow("tab at 3") << true << "abc\td\te" << "abc d   e";
+        QTest::newRow("columns restart") << true << "ab\r\n\tc\nabcde\tf" << "ab\n    c\nabcde   f";
+        QTest::newRow("four at 0") << false << "    a" << "\ta";
+        QTest::newRow("three at 1") << false << "x   y" << "x\ty";
+        QTest::newRow("two at 1") << false << "x  y" << "x  y";
+        QTest::newRow("lone before stop") << false << "abc d" << "abc d";
+        QTest::newRow("eight") << false << "        z" << "\t\tz";
+        QTest::newRow("after tab") << false << "\t    a\n  b" << "\t\ta\r\n  b";
+        QTest::newRow("three at 0") << false << "   x" << "   x";
+    }
+
+    void tabs()
+    {
+        QFETCH(bool, load);
+        QFETCH(QString, in);
+        QFETCH(QString, out);
+        MemoryArchive archive;
+        TestCodeDocument doc;
+        doc.setOption(load ? "open_tabToSpace" : "save_spaceToTab", true);
+        archive.files.insert("/a.def", in.toUtf8());
+        QVERIFY(doc.fromFile(archive, "/a.def", 0, nullptr));
+        if (load) {
+            QCOMPARE(doc.toPlainText(), out);
+            return;
+        }
+        QVERIFY(doc.toFile(archive, "/b.def", 0, nullptr));
+        QCOMPARE(QString::fromUtf8(archive.files.value("/b.def")), out);
+    }
+
+    void copiesAndNames()
+    {
+        MemoryArchive archive;
+        archive.files.insert("/a.def", "[Data]\nx = 1\n");
+        archive.files.insert("/b.def", "[Data]\ny = 2\n");
+        TestCodeDocument doc;
+        QVERIFY(doc.fromFile(archive, "/a.def", 0, nullptr));
+        QVERIFY(doc.fromFile(archive, "/b.def", ProjectFile::Copy, nullptr));
+        QCOMPARE(doc.fileName(), QString("/a.def"));
+        QVERIFY(doc.isModified());
+        QVERIFY(doc.toFile(archive, "/c.def", ProjectFile::Copy | ProjectFile::SaveInBackground,
+                           nullptr));
+        QCOMPARE(doc.fileName(), QString("/a.def")); // a copy leaves the name alone
+        doc.setCodec("windows-1251"); // waits for the copy and commits it
+        QCOMPARE(archive.files.value("/c.def"), QByteArray("[Data]\r\ny = 2\r\n"));
+        QVERIFY(doc.isModified());
+        QVERIFY(!doc.fromFile(archive, "/missing.def", 0, nullptr));
+        QCOMPARE(doc.toPlainText(), QString("[Data]\ny = 2\n"));
+    }
+
+    // What was taken is written; lines edited meanwhile stay unsaved; a second save and the
+    // end of the document each wait for the running one and commit it first.
+    void backgroundSaves()
+    {
+        MemoryArchive archive;
+        archive.files.insert("/a.def", "[Data]\nx = 1\ny = 2\nz = 3\n");
+        auto *doc = new TestCodeDocument;
+        QVERIFY(doc->fromFile(archive, "/a.def", 0, nullptr));
+        const int loaded = doc->findBlockByNumber(0).revision();
+        auto edit = [&](int line, const QString &text) {
+            QTextCursor cursor(doc->findBlockByNumber(line));
+            cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+            cursor.insertText(text);
+        };
+        edit(1, "x = 10");
+        QVERIFY(doc->toFile(archive, "/a.def", ProjectFile::SaveInBackground, nullptr));
+        QVERIFY(doc->fileName().isEmpty());
+        edit(2, "y = 20");
+        QVERIFY(waitForName(*doc));
+        QCOMPARE(doc->fileName(), QString("/a.def"));
+        QCOMPARE(archive.files.value("/a.def"), QByteArray("[Data]\r\nx = 10\r\ny = 2\r\nz = 3\r\n"));
+        QVERIFY(!doc->isModified());
+        const int saved = doc->findBlockByNumber(0).revision();
+        QVERIFY(saved >= loaded);
+        QVERIFY(doc->findBlockByNumber(1).revision() < 0);     // changed and saved
+        QVERIFY(doc->findBlockByNumber(2).revision() > saved); // changed during the save
+        QCOMPARE(doc->findBlockByNumber(3).revision(), saved);
+
+        QVERIFY(doc->toFile(archive, "/a.def", ProjectFile::SaveInBackground, nullptr));
+        QVERIFY(doc->toFile(archive, "/b.def", 0, nullptr));
+        QCOMPARE(doc->fileName(), QString("/b.def"));
+        QVERIFY(doc->findBlockByNumber(2).revision() < 0);
+        QVERIFY(doc->toFile(archive, "/c.def", ProjectFile::SaveInBackground, nullptr));
+        doc->release(); // the last reference: the document ends and commits first
+        const QByteArray now("[Data]\r\nx = 10\r\ny = 20\r\nz = 3\r\n");
+        QCOMPARE(archive.files.value("/a.def"), now);
+        QCOMPARE(archive.files.value("/b.def"), now);
+        QCOMPARE(archive.files.value("/c.def"), now);
+        QCoreApplication::processEvents(); // nothing is left queued for the gone document
+    }
+
+    void search_data()
+    {
+        QTest::addColumn<QString>("pattern");
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("cursor");
+        QTest::addColumn<QString>("expected");
+        // Text: "a1 b2\nc3 a4\na5" (positions 0..13).
+        const int back = ProjectFile::Backwards, wrap = ProjectFile::Wrap;
+        const int start = ProjectFile::FromStart, all = ProjectFile::FindAll;
+        QTest::newRow("forward") << "a(\\d)" << 0 << 1 << "1:3+2 c3 a4 [4]";
+        QTest::newRow("forward end") << "b2" << 0 << 7 << "";
+        QTest::newRow("forward wrap") << "b(2)" << wrap << 7 << "0:3+2 a1 b2 [2]";
+        QTest::newRow("from start") << "a\\d" << (start | wrap) << 9 << "0:0+2 a1 b2 []";
+        QTest::newRow("backward") << "[a-c]\\d" << back << 9 << "1:0+2 c3 a4 []";
+        QTest::newRow("backward from end") << "a(\\d)" << (back | start) << 0 << "2:0+2 a5 [5]";
+        QTest::newRow("backward no wrap") << "c3" << back << 1 << "";
+        QTest::newRow("backward wrap") << "a5" << (back | wrap) << 1 << "2:0+2 a5 []";
+        QTest::newRow("all") << "(\\w)(\\d)" << (all | back) << 12
+                             << "0:0+2 a1 b2 [a,1] | 0:3+2 a1 b2 [b,2] | 1:0+2 c3 a4 [c,3] | "
+                                "1:3+2 c3 a4 [a,4] | 2:0+2 a5 [a,5]";
+        QTest::newRow("over lines") << "b2\\nc" << start << 0 << "0:3+4 a1 b2c3 a4 []";
+        QTest::newRow("none") << "zz" << (wrap | all) << 0 << "";
+    }
+
+    void search()
+    {
+        QFETCH(QString, pattern);
+        QFETCH(int, flags);
+        QFETCH(int, cursor);
+        QFETCH(QString, expected);
+        TestCodeDocument doc;
+        doc.fromString("a1 b2\nc3 a4\na5");
+        QTextCursor at(&doc);
+        at.setPosition(cursor);
+        doc.setCursor(at);
+        QCOMPARE(describe(doc.search(RegExp(pattern), unsigned(flags))), expected);
+    }
+
+    void replace()
+    {
+        TestCodeDocument doc;
+        doc.fromString("[Data]\nlife = 1000\npower = 3000\n");
+        const Results all = doc.search(RegExp("(\\w+) = (\\d+)"), ProjectFile::FindAll);
+        QCOMPARE(all.size(), 2);
+        doc.replace(all, "%2 = %1");
+        QCOMPARE(doc.toPlainText(), QString("[Data]\n1000 = life\n3000 = power\n"));
+        doc.undo(); // both together
+        QCOMPARE(doc.toPlainText(), QString("[Data]\nlife = 1000\npower = 3000\n"));
+        const Results one = doc.search(RegExp("(\\d)0+"), ProjectFile::FindAll);
+        doc.replace(one.mid(1), "x%1");
+        doc.replace(one.mid(0, 1), "y");
+        QCOMPARE(doc.toPlainText(), QString("[Data]\nlife = y\npower = x3\n"));
+        doc.undo(); // each single replacement is its own step
+        QCOMPARE(doc.toPlainText(), QString("[Data]\nlife = 1000\npower = x3\n"));
+        doc.replace(Results(), "nothing");
+        QCOMPARE(doc.toPlainText(), QString("[Data]\nlife = 1000\npower = x3\n"));
+    }
+
+    // A background save killed anywhere leaves the old file or the whole new one.
+    void killedSaveKeepsOldFile()
+    {
+        QTemporaryDir dir;
+        const QString name = dir.path() + "/victim.def";
+        const QByteArray newBytes = childText().replace("\n", "\r\n").toUtf8();
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        int sawOld = 0, sawNew = 0;
+        for (int round = 0; round < 15; ++round) {
+            const QByteArray oldBytes = QByteArray("old ").repeated(1000 + round);
+            QFile file(name);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(oldBytes);
+            file.close();
+            QProcess child;
+            child.setProcessEnvironment(env);
+            child.start(QCoreApplication::applicationFilePath(), {"--child-saver", name});
+            QVERIFY(child.waitForStarted());
+            QVERIFY(child.waitForReadyRead(20000));
+            // Anywhere from the snapshot to a little after the commit.
+            QThread::usleep(QRandomGenerator::global()->bounded(130000));
+            child.kill();
+            child.waitForFinished();
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            const QByteArray now = file.readAll();
+            file.close();
+            QVERIFY2(now == oldBytes || now == newBytes,
+                     qPrintable(QString("round %1: %2 bytes").arg(round).arg(now.size())));
+            (now == oldBytes ? sawOld : sawNew)++;
+        }
+        qInfo("old file kept %d times, new file complete %d times", sawOld, sawNew);
+    }
+};
+
+int main(int argc, char **argv)
+{
+    QApplication app(argc, argv);
+    if (argc == 3 && std::strcmp(argv[1], "--child-saver") == 0)
+        return childSaver(QString::fromLocal8Bit(argv[2]));
+    tst_CodeFile test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_codefile.moc"
