@@ -2,7 +2,8 @@
 // the extensions, opens a game directory as a parent project with the test engine module,
 // lists the project tree and the projects, edits a file, saves through the crash-safe path
 // and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
-// prints its tree and messages.
+// prints its tree and messages, and loads, edits and saves in the background a file in a
+// legacy encoding.
 //
 //   minimal-host [directory]     (default: the sample game shipped beside this example)
 //
@@ -17,6 +18,9 @@
 #include <zornx/zornx.h>
 
 #include <QtCore/QDirIterator>
+#include <QtCore/QTextCodec>
+#include <QtGui/QTextCursor>
+#include <QtGui/QTextBlock>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTextStream>
 #include <QtWidgets/QApplication>
@@ -125,6 +129,29 @@ int main(int argc, char **argv)
         const Zorn::Message m = messages->at(i, Zorn::Message::All);
         out << "  line " << m.line + 1 << ": " << m.text << '\n';
     }
+
+    // A file in windows-1251: detected on load, edited, saved on a worker thread in the same
+    // encoding while the GUI thread goes on.
+    const QString cyrillic = game + QStringLiteral("/data/names.def");
+    ZornTest::writeFile(cyrillic, QTextCodec::codecForName("windows-1251")->fromUnicode(
+                                      QStringLiteral("[Names]\r\nhero = \"Иван Грозный\"\r\n"
+                                                     "rival = \"Пётр Великий\"\r\n")));
+    auto *document = new ZornTest::TestCodeDocument;
+    document->fromFile(fs, cyrillic, 0, nullptr);
+    out << "Loaded " << document->displayName() << " as " << document->codecName() << ": "
+        << document->toPlainText().section('\n', 1, 1) << '\n';
+    QTextCursor cursor(document->lastBlock());
+    cursor.movePosition(QTextCursor::EndOfBlock);
+    cursor.insertText(QStringLiteral("\nfriend = \"Анна\""));
+    document->toFile(fs, cyrillic, Zorn::ProjectFile::SaveInBackground, nullptr);
+    out << "Saving in the background; file name meanwhile: \"" << document->fileName() << "\"\n";
+    while (document->fileName().isEmpty())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    const QByteArray saved = ZornTest::readFile(cyrillic);
+    out << "Saved " << saved.size() << " bytes; read back as windows-1251: "
+        << QTextCodec::codecForName("windows-1251")->toUnicode(saved).trimmed().split('\n').last()
+        << '\n';
+    document->release();
 
     for (TestProject *project : qAsConst(projects))
         project->release();
