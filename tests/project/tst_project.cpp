@@ -269,21 +269,6 @@ private Q_SLOTS:
         project->release();
         delete project;
     }
-
-    void projectOptionsReachTheHost()
-    {
-        ZornTest::TestInterface host;
-        host.options["k"] = 1;
-        TestProject *project = openKfm();
-        QCOMPARE(project->option("k"), QVariant(1));
-        QCOMPARE(project->option("none", "x"), QVariant("x"));
-        project->setOption("k", 2, true);
-        QCOMPARE(host.options["k"], QVariant(2));
-        project->setOption("k", QVariant());
-        QCOMPARE(project->option("k"), QVariant(2)); // the host's again
-        project->release();
-        delete project;
-    }
 };
 
 QTEST_MAIN(tst_Project)

@@ -198,23 +198,6 @@ private Q_SLOTS:
         QCOMPARE(file->displayName(), expected);
     }
 
-    void readOnlyAndExists()
-    {
-        Held<IniFile> file;
-        QVERIFY(!file->isReadOnly()); // no name yet
-        auto *memory = new MemoryArchive;
-        memory->files["x.ini"] = "";
-        QVERIFY(file->fromFile(*memory, "x.ini", 0, nullptr));
-        memory->release();
-        QVERIFY(file->fileExists());
-        memory->readOnly = true;
-        QVERIFY(file->isReadOnly());
-        file->release();
-        file.file = new IniFile;
-        QVERIFY(memory->freed);
-        delete memory;
-    }
-
     void search_data()
     {
         QTest::addColumn<unsigned int>("current");
