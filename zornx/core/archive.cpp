@@ -541,10 +541,10 @@ QString randomString(int length)
 
 bool fileNameLessThan(const QString &a, const QString &b)
 {
-    static const QRegExp patternA(QStringLiteral("([^\\d]*)(\\d+)\\.[\\S]+"), Qt::CaseSensitive);
-    static const QRegExp patternB(patternA);
-    QRegExp ra = patternA; // QRegExp keeps match state: each comparison uses its own copies
-    QRegExp rb = patternB;
+    // QRegExp keeps its match state, so each operand gets its own copy of the pattern.
+    static const QRegExp pattern(QStringLiteral("([^\\d]*)(\\d+)\\.[\\S]+"), Qt::CaseSensitive);
+    QRegExp ra = pattern;
+    QRegExp rb = pattern;
     if (!ra.exactMatch(a) || !rb.exactMatch(b))
         return a < b;
     const int byName = QString::compare(ra.cap(1), rb.cap(1));
