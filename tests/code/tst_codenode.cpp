@@ -170,40 +170,31 @@ private Q_SLOTS:
         QTest::addColumn<QVariant>("stored");
         QTest::addColumn<QString>("text");
 
-        const QVariantList list = {1.5, 2};
-        QTest::newRow("string") << int(ValueCode::String) << QVariant(12) << QVariant("12")
-                                << "12";
-        QTest::newRow("bool") << int(ValueCode::Bool) << QVariant(true) << QVariant(true) << "1";
-        QTest::newRow("bool unchanged") << int(ValueCode::Bool) << QVariant("yes")
-                                        << QVariant("yes") << "yes";
-        QTest::newRow("date") << int(ValueCode::Date) << QVariant(QDate(2003, 2, 1))
-                              << QVariant(QDate(2003, 2, 1)) << "2003-02-01";
-        QTest::newRow("keyword") << int(ValueCode::Keyword) << QVariant("4") << QVariant(4u)
-                                 << "down";
-        QTest::newRow("keyword vector of one") << int(ValueCode::KeywordVector) << QVariant(2)
-                                               << QVariant(QVariantList({2u})) << QString();
-        QTest::newRow("keyword vector") << int(ValueCode::KeywordVector)
-                                        << QVariant(QVariantList({1, "4"}))
-                                        << QVariant(QVariantList({1u, 4u})) << QString();
-        QTest::newRow("vec2 from list")
-            << int(ValueCode::FloatVec2) << QVariant(list) << QVariant(QPointF(1.5, 2)) << "1.5, 2";
-        QTest::newRow("vec2 from short list") << int(ValueCode::FloatVec2)
-                                              << QVariant(QVariantList({3}))
-                                              << QVariant(QPointF(3, 0)) << "3, 0";
-        QTest::newRow("vec2 exponent") << int(ValueCode::FloatVec2) << QVariant(QPointF(1.5, 1e7))
-                                       << QVariant(QPointF(1.5, 1e7)) << "1.5, 1e+07";
-        QTest::newRow("vec3 wraps") << int(ValueCode::FloatVec3) << QVariant("2.5")
-                                    << QVariant(QVariantList({2.5})) << "2.5";
-        QTest::newRow("int") << int(ValueCode::Int) << QVariant("-42") << QVariant(-42) << "-42";
-        QTest::newRow("int vec2 from list") << int(ValueCode::IntVec2)
-                                            << QVariant(QVariantList({"7", -8}))
-                                            << QVariant(QPoint(7, -8)) << "7, -8";
-        QTest::newRow("int list") << int(ValueCode::IntVec3) << QVariant(QVariantList({1, 2, 3}))
-                                  << QVariant(QVariantList({1, 2, 3})) << "1, 2, 3";
-        QTest::newRow("string list is a list") << int(ValueCode::IntVector)
-                                               << QVariant(QStringList({"1", "2"}))
-                                               << QVariant(QVariantList({"1", "2"})) << "1, 2";
-        QTest::newRow("unknown type") << 40 << QVariant(17) << QVariant(17) << "17";
+        // A row: type, the value given, the value stored, and the text written (null: skip).
+        auto row = [](const char *name, int type, const QVariant &input, const QVariant &stored,
+                      const QString &text) {
+            QTest::newRow(name) << type << input << stored << text;
+        };
+        using V = QVariant;
+        using L = QVariantList;
+        row("string", ValueCode::String, V(12), V("12"), "12");
+        row("bool", ValueCode::Bool, V(true), V(true), "1");
+        row("bool unchanged", ValueCode::Bool, V("yes"), V("yes"), "yes");
+        row("date", ValueCode::Date, V(QDate(2003, 2, 1)), V(QDate(2003, 2, 1)), "2003-02-01");
+        row("keyword", ValueCode::Keyword, V("4"), V(4u), "down");
+        row("keyword vector of one", ValueCode::KeywordVector, V(2), V(L({2u})), QString());
+        row("keyword vector", ValueCode::KeywordVector, V(L({1, "4"})), V(L({1u, 4u})), QString());
+        row("vec2 from list", ValueCode::FloatVec2, V(L({1.5, 2})), V(QPointF(1.5, 2)), "1.5, 2");
+        row("vec2 from short list", ValueCode::FloatVec2, V(L({3})), V(QPointF(3, 0)), "3, 0");
+        row("vec2 exponent", ValueCode::FloatVec2, V(QPointF(1.5, 1e7)), V(QPointF(1.5, 1e7)),
+            "1.5, 1e+07");
+        row("vec3 wraps", ValueCode::FloatVec3, V("2.5"), V(L({2.5})), "2.5");
+        row("int", ValueCode::Int, V("-42"), V(-42), "-42");
+        row("int vec2 from list", ValueCode::IntVec2, V(L({"7", -8})), V(QPoint(7, -8)), "7, -8");
+        row("int list", ValueCode::IntVec3, V(L({1, 2, 3})), V(L({1, 2, 3})), "1, 2, 3");
+        row("string list is a list", ValueCode::IntVector, V(QStringList({"1", "2"})),
+            V(L({"1", "2"})), "1, 2");
+        row("unknown type", 40, V(17), V(17), "17");
     }
 
     void conversions()
@@ -231,41 +222,24 @@ private Q_SLOTS:
             QCOMPARE(ValueCode::asString(nullptr, t, stored, QLatin1Char(',')), QString("4"));
     }
 
-    void accessors_data()
-    {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<QPointF>("point");
-        QTest::addColumn<QRect>("rect");
-        const QRect none(QPoint(0, 0), QPoint(-1, -1));
-        QTest::newRow("int") << int(ValueCode::Int) << QVariant(7) << QPointF(7, 0)
-                             << QRect(QPoint(7, 0), QPoint(-1, -1));
-        QTest::newRow("int vec2") << int(ValueCode::IntVec2) << QVariant(QPoint(3, 4))
-                                  << QPointF(3, 4) << none;
-        QTest::newRow("four elements") << int(ValueCode::IntVec4)
-                                       << QVariant(QVariantList({1, 2, 30, 40})) << QPointF(1, 2)
-                                       << QRect(QPoint(1, 2), QPoint(30, 40));
-        QTest::newRow("float vec2") << int(ValueCode::FloatVec2) << QVariant(QPointF(1.5, 2.5))
-                                    << QPointF(1.5, 2.5) << none;
-        QTest::newRow("float") << int(ValueCode::Float) << QVariant(2.25) << QPointF(2.25, 0)
-                               << QRect(QPoint(2, 0), QPoint(-1, -1));
-    }
-
     void accessors()
     {
-        QFETCH(int, type);
-        QFETCH(QVariant, value);
-        QFETCH(QPointF, point);
-        QFETCH(QRect, rect);
         RootCode root;
-        auto *node = new TestValueCode(ValueCode::Type(type), QTextBlock(), &root, value, "k");
-        QCOMPARE(node->asPointF(), point);
-        const QPoint whole = type == ValueCode::FloatVec2 ? QPoint() : point.toPoint();
-        QCOMPARE(node->asPoint(), whole);
-        QCOMPARE(node->asSize(), QSize(whole.x(), whole.y()));
-        QCOMPARE(node->asRect(), rect);
-        if (type == ValueCode::IntVec4)
-            QCOMPARE(node->asIntVector(), QVector<int>({1, 2, 30, 40}));
+        auto *four = new TestValueCode(ValueCode::IntVec4, QTextBlock(), &root,
+                                       QVariantList({1, 2, 30, 40}), "four");
+        QCOMPARE(four->asPoint(), QPoint(1, 2));
+        QCOMPARE(four->asSize(), QSize(1, 2));
+        QCOMPARE(four->asRect(), QRect(QPoint(1, 2), QPoint(30, 40)));
+        QCOMPARE(four->asIntVector(), QVector<int>({1, 2, 30, 40}));
+        // A float pair gives no whole point; too few numbers give no rectangle.
+        auto *pair = new TestValueCode(ValueCode::FloatVec2, QTextBlock(), four, QPointF(1.5, 2.5),
+                                       "pair");
+        QCOMPARE(pair->asPointF(), QPointF(1.5, 2.5));
+        QCOMPARE(pair->asPoint(), QPoint());
+        QCOMPARE(pair->asRect(), QRect(QPoint(0, 0), QPoint(-1, -1)));
+        auto *one = new TestValueCode(ValueCode::Float, QTextBlock(), pair, 2.25, "one");
+        QCOMPARE(one->asPointF(), QPointF(2.25, 0));
+        QCOMPARE(one->asRect(), QRect(QPoint(2, 0), QPoint(-1, -1)));
     }
 
     void groupLookups()
@@ -375,47 +349,39 @@ private Q_SLOTS:
         QCOMPARE(doc.findBlockByNumber(1).text(), old);
     }
 
-    void setNameRewritesTheLine()
+    void nodesEditTheText()
     {
         ZornTest::TestInterface host;
         ZornTest::TestEngine engine;
         host.engine = &engine;
         TestCodeDocument doc;
-        doc.setPlainText("[Data]\nlife = 1000 ; comment\n[Info]\nname = \"KFM\"");
-        auto *value = static_cast<TestValueCode *>(doc.nodeInBlock(doc.findBlockByNumber(1)));
-        value->setProperty("Name", "power");
-        QCOMPARE(doc.findBlockByNumber(1).text(), QString("power = 1000 ; comment"));
-        auto *group = static_cast<TestGroupCode *>(doc.nodeInBlock(doc.findBlockByNumber(2)));
-        group->setName("Info Two");
-        QCOMPARE(doc.nodeInBlock(doc.findBlockByNumber(2)), group); // same type: kept
-        QCOMPARE(describeTreeOf(doc), QString("[Data](power=1000) [Info Two](name=KFM)"));
-    }
-
-    void removeAndAppendEditTheText()
-    {
-        TestCodeDocument doc;
-        doc.setPlainText("[Data]\na = 1\nb = 2\n; c\n[Info]\nx = 3");
+        doc.setPlainText("[Data]\nlife = 1000 ; comment\nb = 2\n; c\n[Info]\nx = 3");
         QAbstractItemModelTester tester(doc.model(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         auto *data = static_cast<TestGroupCode *>(doc.root()->childs().at(0));
         QCOMPARE(data->lastLine(), 3);
+        static_cast<TestValueCode *>(data->valueAt(0))->setProperty("Name", "power");
+        QCOMPARE(doc.findBlockByNumber(1).text(), QString("power = 1000 ; comment"));
+        auto *info = static_cast<TestGroupCode *>(doc.root()->childs().at(1));
+        info->setName("Info Two");
+        QCOMPARE(doc.nodeInBlock(doc.findBlockByNumber(4)), info); // same type: kept
         data->removeValue(0);
         data->appendValue("d = 4");
-        QCOMPARE(doc.toPlainText(), QString("[Data]\nb = 2\nd = 4\n; c\n[Info]\nx = 3"));
+        QCOMPARE(doc.toPlainText(), QString("[Data]\nb = 2\nd = 4\n; c\n[Info Two]\nx = 3"));
         QCOMPARE(names(data), QString("b d"));
         // The whole section, up to the next header.
         data->remove(true);
-        QCOMPARE(describeTreeOf(doc), QString("[Info](x=3)"));
+        QCOMPARE(describeTreeOf(doc), QString("[Info Two](x=3)"));
         // The last line: no line end behind it to take.
         doc.root()->childs().first()->remove(true);
         QCOMPARE(doc.toPlainText(), QString(""));
 
         // A dropped header gives its values to the header above.
         doc.setPlainText("[Info]\nname = \"a\"\n[Data]\nlife = 1\n; keep\npower = 2\n");
-        auto *info = static_cast<GroupCode *>(doc.root()->childs().first());
+        auto *first = static_cast<GroupCode *>(doc.root()->childs().first());
         doc.root()->childs().at(1)->remove(false);
         QCOMPARE(doc.toPlainText(), QString("[Info]\nname = \"a\"\nlife = 1\n; keep\npower = 2\n"));
-        QCOMPARE(names(info), QString("name life power"));
+        QCOMPARE(names(first), QString("name life power"));
         QCOMPARE(doc.model()->rowCount(doc.model()->index(0, 0)), 3);
     }
 
