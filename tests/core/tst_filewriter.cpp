@@ -88,91 +88,72 @@ private Q_SLOTS:
         qInfo("old file kept %d times, new file complete %d times", sawOld, sawNew);
     }
 
-    void failedRemovalAsksAndRetries()
+    // Each way a commit or a discard can fail: the exact question, and what stays on disk
+    // when the user gives up. The removal's question also retries when answered Yes.
+    void failuresAsk_data()
     {
-        QTemporaryDir dir;
-        const QString name = dir.path() + "/file.txt";
-        QVERIFY(ZornTest::writeFile(name, "old"));
-        FileSystemArchive &fs = FileSystemArchive::instance();
-        QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
-        device->write("new");
-        // Something puts a non-empty directory where the file was: it cannot be replaced.
-        QVERIFY(QFile::remove(name));
-        QVERIFY(QDir(dir.path()).mkpath("file.txt/blocker"));
-
-        ZornTest::DialogResponder responder;
-        responder.answer(QMessageBox::Yes, [&] { QDir(name).removeRecursively(); });
-        fs.closeFile(device);
-        QCOMPARE(responder.seen.size(), 1);
-        QCOMPARE(responder.seen[0].title, QString("File error!"));
-        QCOMPARE(responder.seen[0].text,
-                 QString("Can't replace contents of file '%1'. Do you want to try again?\nObs.: "
-                         "You can delete the file and rename the temporary one manually. Seems "
-                         "that something is preventing the file to be replaced.")
-                     .arg(name));
-        QCOMPARE(ZornTest::readFile(name), QByteArray("new"));
-        QVERIFY(temporaryOf(dir.path(), "file.txt").isEmpty());
-
-        // Giving up drops the new contents and leaves what is there alone.
-        device = fs.openFile(name, QIODevice::WriteOnly);
-        device->write("newer");
-        QVERIFY(QFile::remove(name));
-        QVERIFY(QDir(dir.path()).mkpath("file.txt/blocker"));
-        responder.answer(QMessageBox::No);
-        fs.closeFile(device);
-        QCOMPARE(responder.seen.size(), 2);
-        QVERIFY(QFileInfo(name).isDir());
-        QVERIFY(temporaryOf(dir.path(), "file.txt").isEmpty());
+        QTest::addColumn<int>("sabotage");
+        QTest::addColumn<bool>("discard");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("target cannot be replaced")
+            << 0 << false << "File error!"
+            << "Can't replace contents of file '%1'. Do you want to try again?\nObs.: You can "
+               "delete the file and rename the temporary one manually. Seems that something is "
+               "preventing the file to be replaced.";
+        QTest::newRow("temporary file vanished")
+            << 1 << false << "File rename error!"
+            << "Can't rename temporary file to '%1'. Do you want to try again?\nObs.: You can "
+               "rename it manually. Seems that something is preventing the file to be renamed.";
+        QTest::newRow("temporary file cannot be removed")
+            << 2 << true << "File remove error!"
+            << "Can't remove temporary file to '%1'. Do you want to try again?\nObs.: You can "
+               "remove it manually. Seems that something is preventing the file to be removed.";
     }
-
-    void failedRenameAsksAndKeepsOldFile()
+    void failuresAsk()
     {
+        QFETCH(int, sabotage);
+        QFETCH(bool, discard);
+        QFETCH(QString, title);
+        QFETCH(QString, text);
         QTemporaryDir dir;
         const QString name = dir.path() + "/file.txt";
-        QVERIFY(ZornTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
-        QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
-        device->write("new");
-        static_cast<QFileDevice *>(device)->flush();
-        const QString temporary = temporaryOf(dir.path(), "file.txt");
-        QVERIFY(!temporary.isEmpty());
-        QVERIFY(QFile::remove(temporary)); // the new contents vanish before the commit
-
         ZornTest::DialogResponder responder;
-        responder.answer(QMessageBox::No);
-        fs.closeFile(device);
-        QCOMPARE(responder.seen.size(), 1);
-        QCOMPARE(responder.seen[0].title, QString("File rename error!"));
-        QCOMPARE(responder.seen[0].text,
-                 QString("Can't rename temporary file to '%1'. Do you want to try again?\nObs.: "
-                         "You can rename it manually. Seems that something is preventing the "
-                         "file to be renamed.")
-                     .arg(name));
-        QCOMPARE(ZornTest::readFile(name), QByteArray("old"));
-    }
-
-    void failedDiscardAsks()
-    {
-        QTemporaryDir dir;
-        const QString name = dir.path() + "/file.txt";
-        QVERIFY(ZornTest::writeFile(name, "old"));
-        FileSystemArchive &fs = FileSystemArchive::instance();
-        QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
-        const QString temporary = temporaryOf(dir.path(), "file.txt");
-        QVERIFY(QFile::remove(temporary));
-        QVERIFY(QDir().mkpath(temporary + "/blocker"));
-
-        ZornTest::DialogResponder responder;
-        responder.answer(QMessageBox::No);
-        fs.discardFile(device);
-        QCOMPARE(responder.seen.size(), 1);
-        QCOMPARE(responder.seen[0].title, QString("File remove error!"));
-        QCOMPARE(responder.seen[0].text,
-                 QString("Can't remove temporary file to '%1'. Do you want to try again?\nObs.: "
-                         "You can remove it manually. Seems that something is preventing the "
-                         "file to be removed.")
-                     .arg(name));
-        QCOMPARE(ZornTest::readFile(name), QByteArray("old"));
+        for (const QMessageBox::StandardButton answer : {QMessageBox::No, QMessageBox::Yes}) {
+            if (answer == QMessageBox::Yes && sabotage != 0)
+                break;
+            QVERIFY(ZornTest::writeFile(name, "old"));
+            QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
+            device->write("new");
+            static_cast<QFileDevice *>(device)->flush();
+            const QString temporary = temporaryOf(dir.path(), "file.txt");
+            if (sabotage == 0) { // a non-empty directory where the file was
+                QVERIFY(QFile::remove(name));
+                QVERIFY(QDir(dir.path()).mkpath("file.txt/blocker"));
+            } else {
+                QVERIFY(QFile::remove(temporary));
+                if (sabotage == 2)
+                    QVERIFY(QDir().mkpath(temporary + "/blocker"));
+            }
+            // Yes after the obstacle has gone: the retry goes through.
+            std::function<void()> clear;
+            if (answer == QMessageBox::Yes)
+                clear = [&] { QDir(name).removeRecursively(); };
+            responder.answer(answer, clear);
+            discard ? fs.discardFile(device) : fs.closeFile(device);
+            QCOMPARE(responder.seen.last().title, title);
+            QCOMPARE(responder.seen.last().text, text.arg(name));
+            if (answer == QMessageBox::Yes)
+                QCOMPARE(ZornTest::readFile(name), QByteArray("new"));
+            else if (sabotage == 0)
+                QVERIFY(QFileInfo(name).isDir()); // the new contents are dropped
+            else
+                QCOMPARE(ZornTest::readFile(name), QByteArray("old"));
+            if (sabotage != 2)
+                QVERIFY(temporaryOf(dir.path(), "file.txt").isEmpty());
+            QDir(name).removeRecursively();
+        }
     }
 };
 
