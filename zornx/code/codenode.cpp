@@ -237,37 +237,32 @@ int CodeNode::lineNo() const
     return -1;
 }
 
-ParentCode *CodeNode::parent(Type type, int stopMask) const
+// The first node of type along link from first, or null once a node of stopMask is passed.
+template <typename Node>
+static Node *walk(Node *first, Node *CodeNode::*link, CodeNode::Type type, int stopMask)
 {
-    for (ParentCode *node = parentNode; node; node = node->parentNode) {
-        if (node->nodeType == type)
+    for (Node *node = first; node; node = node->*link) {
+        if (node->type() == type)
             return node;
-        if (node->nodeType & stopMask)
+        if (node->type() & stopMask)
             return nullptr;
     }
     return nullptr;
+}
+
+ParentCode *CodeNode::parent(Type type, int stopMask) const
+{
+    return walk(parentNode, &CodeNode::parentNode, type, stopMask);
 }
 
 CodeNode *CodeNode::previous(Type type, int stopMask) const
 {
-    for (CodeNode *node = previousNode; node; node = node->previousNode) {
-        if (node->nodeType == type)
-            return node;
-        if (node->nodeType & stopMask)
-            return nullptr;
-    }
-    return nullptr;
+    return walk(previousNode, &CodeNode::previousNode, type, stopMask);
 }
 
 CodeNode *CodeNode::next(Type type, int stopMask) const
 {
-    for (CodeNode *node = nextNode; node; node = node->nextNode) {
-        if (node->nodeType == type)
-            return node;
-        if (node->nodeType & stopMask)
-            return nullptr;
-    }
-    return nullptr;
+    return walk(nextNode, &CodeNode::nextNode, type, stopMask);
 }
 
 bool CodeNode::isValid() const

@@ -251,6 +251,16 @@ void ParentProjectPrivate::merge(Path *node, const QList<PathInfo> &wanted)
     mergeChildren(static_cast<BasePath *>(node), wanted, true);
 }
 
+void ParentProjectPrivate::removeNode(BasePath *node)
+{
+    BasePath *parent = node->parentNode;
+    const int row = parent->childNodes.indexOf(node);
+    owner->beginRemoveRows(indexOf(parent), row, row);
+    parent->childNodes.removeAt(row);
+    delete node;
+    owner->endRemoveRows();
+}
+
 void ParentProjectPrivate::mergeChildren(BasePath *node, const QList<PathInfo> &wanted,
                                          bool existing)
 {
@@ -418,12 +428,7 @@ void ParentProject::removePath(const QString &path)
     BasePath *node = d->find(path);
     if (!node || node == d)
         return;
-    BasePath *parent = node->parentNode;
-    const int row = parent->childNodes.indexOf(node);
-    beginRemoveRows(d->indexOf(parent), row, row);
-    parent->childNodes.removeAt(row);
-    delete node;
-    endRemoveRows();
+    d->removeNode(node);
 }
 
 void ParentProject::addRef(Project *project)
@@ -499,12 +504,7 @@ void ParentProject::releaseProject(Project *project)
     const bool shared = std::find(d->projects.cbegin(), d->projects.cend(), node)
         != d->projects.cend();
     if (node != d && !shared) {
-        BasePath *parent = node->parentNode;
-        const int row = parent->childNodes.indexOf(node);
-        beginRemoveRows(d->indexOf(parent), row, row);
-        parent->childNodes.removeAt(row);
-        delete node;
-        endRemoveRows();
+        d->removeNode(node);
     }
     if (--d->refCount == 0)
         free();

@@ -119,6 +119,8 @@ public:
     // Walks parts from the root, adding missing directories with mode and filters.
     BasePath *walkOrCreate(const QStringList &parts, ParentProject::PathType mode,
                            const QStringList &filters);
+    // Takes a node out of the tree, with the model's row signals, and deletes it.
+    void removeNode(BasePath *node);
     void mergeChildren(BasePath *node, const QList<PathInfo> &wanted, bool existing);
     BasePath *makeNode(const PathInfo &info, BasePath *parent) const;
 
