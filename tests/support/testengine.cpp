@@ -43,13 +43,14 @@ bool IniFile::toFile(Zorn::Archive &archive, const QString &fileName, unsigned i
     QByteArray bytes;
     for (const QString &line : qAsConst(lines))
         bytes += line.toUtf8() + "\r\n";
-    if (device->write(bytes) != bytes.size()) {
+    const bool written = device->write(bytes) == bytes.size();
+    if (!written)
         archive.discardFile(device);
+    if (!written || !archive.closeFile(device)) {
         if (job)
             job->error(QStringLiteral("Can't write '%1'.").arg(fileName));
         return false;
     }
-    archive.closeFile(device);
     fileSaved(archive, fileName, flags & Copy);
     if (!(flags & Copy)) {
         name = fileName;
