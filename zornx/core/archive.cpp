@@ -243,6 +243,14 @@ bool File::open(OpenMode mode)
     return false;
 }
 
+qint64 File::writeData(const char *data, qint64 length)
+{
+    const qint64 written = QFile::writeData(data, length);
+    if (written != length)
+        writeFailed = true;
+    return written;
+}
+
 File::~File()
 {
     if (fileName() != target.fileName())
@@ -253,7 +261,8 @@ bool File::commit()
 {
     if (fileName() == target.fileName()) {
         // Written in place: only the file's own state tells.
-        const bool ok = !isOpen() || !isWritable() || (flush() && error() == NoError);
+        const bool ok =
+            !isOpen() || !isWritable() || (flush() && error() == NoError && !writeFailed);
         close();
         if (!ok && created)
             remove();
@@ -263,7 +272,7 @@ bool File::commit()
 
     // The new contents reach the disk before the old file goes. A write that failed on the
     // way (a full disk, a size limit) leaves the old file as it was.
-    bool written = error() == NoError; // close() keeps the error of its flush
+    bool written = error() == NoError && !writeFailed; // close() keeps its flush's error
     if (isOpen())
         written = written && flush() && ::fsync(handle()) == 0;
     if (!written) {

@@ -24,8 +24,13 @@ public:
     // Drops what was written; the destructor then has nothing to commit.
     void discard();
 
+protected:
+    // A short write is no error to QFile; here it is one, and it fails the commit.
+    qint64 writeData(const char *data, qint64 length) override;
+
 private:
     QFile target;
+    bool writeFailed = false;
     bool created = false; // the open made the file: a discard removes it
 };
 
