@@ -159,6 +159,55 @@ private Q_SLOTS:
         QVERIFY(dump(*parent).contains("kfm(kfm.air,kfm.cns,kfm.ini"));
     }
 
+    // An open project's node never dies under it: not when a scan no longer sees the
+    // directory, nor when a scan lists its parent without contents, nor when the node of
+    // another project that held it goes. Each step after that touches the node again.
+    void openProjectOutlivesItsNode_data()
+    {
+        QTest::addColumn<int>("path");
+        QTest::newRow("directory renamed on disk") << 0;
+        QTest::newRow("below a directory listed bare") << 1;
+        QTest::newRow("inside a released project") << 2;
+    }
+    void openProjectOutlivesItsNode()
+    {
+        QFETCH(int, path);
+        QString main = path == 1 ? "chars/ryu/deep/d.ini" : "chars/kfm/sub/s.ini";
+        QVERIFY(ZornTest::writeFile(game + "/" + main, "[Files]\nscripts = common.cns\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/ryu/deep/common.cns", "value = 1\n"));
+        if (path == 0)
+            main = "chars/kfm/kfm.ini";
+        TestProject *project = open(main);
+        QVERIFY(project);
+        // Each change of chars rescans it.
+        auto rescan = [&](const QString &name) {
+            QVERIFY(QDir(game).mkpath("chars/" + name));
+            QTRY_VERIFY(dump(*parent).contains(name));
+        };
+        if (path == 0) {
+            QVERIFY(QDir(game).rename("chars/kfm", "chars/kfx"));
+            QTRY_VERIFY(dump(*parent).contains("kfx"));
+        } else if (path == 1) {
+            rescan("new");
+        } else {
+            TestProject *holder = open("chars/kfm/kfm.ini");
+            QVERIFY(holder);
+            projects.removeOne(holder);
+            holder->release();
+            delete holder;
+        }
+        const QString files = path == 0 ? "kfm(kfm.air" : "(common.cns,";
+        QVERIFY2(dump(*parent).contains(files), qPrintable(dump(*parent)));
+        rescan("later");
+        QVERIFY2(dump(*parent).contains(files), qPrintable(dump(*parent)));
+        project->fileHierarchyChanged();
+        projects.removeOne(project);
+        project->release();
+        delete project;
+        QVERIFY(!dump(*parent).contains(files));
+        rescan("last");
+    }
+
     void addAndRemovePaths()
     {
         QSignalSpy inserted(parent.get(), &QAbstractItemModel::rowsInserted);
@@ -232,10 +281,26 @@ private Q_SLOTS:
                 return &job;
             }
         } cancelling;
-        parent->save(&cancelling);
+        QVERIFY(parent->save(&cancelling));
         QVERIFY(air->isModified() && cns->isModified());
-        parent->save(nullptr); // no progress at all is fine too
+        QVERIFY(parent->save(nullptr)); // no progress at all is fine too
         QVERIFY(!air->isModified() && !cns->isModified());
+
+        // A disk that takes no more: the old file stays, the file stays modified, and the
+        // job names it.
+        const QByteArray before = ZornTest::readFile(game + "/chars/kfm/kfm.air");
+        const QStringList names = filesBelow(game + "/chars/kfm");
+        air->setValue("value", QString(4000, 'x'));
+        host->progress.jobs.clear();
+        {
+            ZornTest::FileSizeLimit full(1024);
+            QVERIFY(!parent->save(&host->progress));
+        }
+        QCOMPARE(ZornTest::readFile(game + "/chars/kfm/kfm.air"), before);
+        QVERIFY(air->isModified());
+        QCOMPARE(host->progress.jobs[0]->errors,
+                 QStringList("Can't save file '" + game + "/chars/kfm/kfm.air'!"));
+        QCOMPARE(filesBelow(game + "/chars/kfm"), names); // no temporary file left
     }
 
     void saveAsGame()
@@ -304,6 +369,12 @@ private Q_SLOTS:
         QVERIFY(kfm && ryu);
         auto *cns = static_cast<IniFile *>(kfm->filesByType(Project::Scripts).first());
         cns->setValue("value", "zipped");
+        {
+            // The archive is written at the end: a failure there fails the backup.
+            ZornTest::FileSizeLimit full(200);
+            QVERIFY(!parent->backup("z", nullptr));
+        }
+        QVERIFY(QDir(game + "/backup").entryList(QDir::Files).isEmpty());
         QVERIFY(parent->backup("z", nullptr));
         const QStringList zips = QDir(game + "/backup").entryList({"*_z.zip"}, QDir::Files);
         QCOMPARE(zips.size(), 1);
