@@ -159,11 +159,16 @@ private Q_SLOTS:
         device->write("er");
         fs.closeFile(device);
         QCOMPARE(ZornTest::readFile(name), QByteArray("newer"));
+        // So does appending.
+        device = fs.openFile(name, QIODevice::Append);
+        device->write("!");
+        QVERIFY(fs.closeFile(device));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("newer!"));
 
         // Discarding a file opened only for reading never removes it.
         device = fs.openFile(name, QIODevice::ReadOnly);
         fs.discardFile(device);
-        QCOMPARE(ZornTest::readFile(name), QByteArray("newer"));
+        QCOMPARE(ZornTest::readFile(name), QByteArray("newer!"));
     }
 
     void copyFile()
@@ -220,9 +225,35 @@ private Q_SLOTS:
         QStringList names = {"frame10.pcx", "frame2.pcx", "frame1.pcx", "a.pcx",
                              "frame002.pcx", "b10.pcx", "b9.pcx", "frame99999999999999999.pcx"};
         std::sort(names.begin(), names.end(), Zorn::fileNameLessThan);
-        QCOMPARE(names, QStringList({"a.pcx", "b9.pcx", "b10.pcx", "frame1.pcx", "frame2.pcx",
-                                     "frame002.pcx", "frame10.pcx",
+        QCOMPARE(names, QStringList({"a.pcx", "b9.pcx", "b10.pcx", "frame1.pcx", "frame002.pcx",
+                                     "frame2.pcx", "frame10.pcx",
                                      "frame99999999999999999.pcx"}));
+
+        // A strict weak order over numbered and plain names mixed, or std::sort may fail:
+        // irreflexive, and both the order and the equivalence transitive.
+        names.clear();
+        for (const char *stem : {"", "a", "a1", "f", "f1z"})
+            for (const char *number : {"", "1", "2", "10", "01", "9"})
+                for (const char *suffix : {"", ".x", ".pcx", "z"})
+                    names << QString(stem) + number + suffix;
+        names.removeDuplicates();
+        const int n = names.size();
+        std::vector<char> less(size_t(n * n));
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j)
+                less[size_t(i * n + j)] = Zorn::fileNameLessThan(names[i], names[j]);
+        auto lt = [&](int i, int j) { return less[size_t(i * n + j)] != 0; };
+        auto eq = [&](int i, int j) { return !lt(i, j) && !lt(j, i); };
+        for (int i = 0; i < n; ++i) {
+            QVERIFY(!lt(i, i));
+            for (int j = 0; j < n; ++j)
+                for (int k = 0; k < n; ++k) {
+                    if (lt(i, j) && lt(j, k) && !lt(i, k))
+                        QFAIL(qPrintable(names[i] + " < " + names[j] + " < " + names[k]));
+                    if (eq(i, j) && eq(j, k) && !eq(i, k))
+                        QFAIL(qPrintable(names[i] + " ~ " + names[j] + " ~ " + names[k]));
+                }
+        }
     }
 
     void yesNoQuestions()
