@@ -373,16 +373,16 @@ QIODevice *ZipArchive::openFile(const QString &name, QIODevice::OpenMode mode)
     return device;
 }
 
-void ZipArchive::closeFile(QIODevice *device)
+bool ZipArchive::closeFile(QIODevice *device)
 {
     const auto it = devices.find(device);
     if (it == devices.end())
-        return;
+        return false;
     const OpenDevice open = it.value();
     devices.erase(it);
     if (open.temporary.isEmpty()) {
         delete device;
-        return;
+        return true;
     }
 
     auto *written = static_cast<QFile *>(device);
@@ -394,7 +394,7 @@ void ZipArchive::closeFile(QIODevice *device)
         : nullptr;
     if (!source) {
         QFile::remove(open.temporary);
-        return;
+        return false;
     }
 
     zip_int64_t index;
@@ -408,13 +408,14 @@ void ZipArchive::closeFile(QIODevice *device)
     if (index < 0) {
         zip_source_free(source);
         QFile::remove(open.temporary);
-        return;
+        return false;
     }
     files.insert(open.name, quint64(index));
     const QString previous = pending.value(open.name);
     pending.insert(open.name, open.temporary);
     if (!previous.isEmpty())
         QFile::remove(previous); // its source went with the replacement
+    return true;
 }
 
 void ZipArchive::discardFile(QIODevice *device)
@@ -463,13 +464,17 @@ bool ZipArchive::renameFile(const QString &oldName, const QString &newName)
     return true;
 }
 
-void ZipArchive::flush()
+bool ZipArchive::flush()
 {
-    if (!archive || readOnly)
-        return;
+    if (readOnly)
+        return true;
+    if (!archive)
+        return false;
     // After a failed write everything stays pending for the next try.
-    if (commit())
-        openZip(ZIP_CREATE);
+    if (!commit())
+        return false;
+    openZip(ZIP_CREATE);
+    return true;
 }
 
 bool ZipArchive::isReadOnly() const

@@ -38,11 +38,11 @@ public:
                         QDir::SortFlags sort) const override;
     using Zorn::Archive::entries;
     QIODevice *openFile(const QString &name, QIODevice::OpenMode mode) override;
-    void closeFile(QIODevice *device) override;
+    bool closeFile(QIODevice *device) override;
     void discardFile(QIODevice *device) override;
     bool removeFile(const QString &name) override;
     bool renameFile(const QString &oldName, const QString &newName) override;
-    void flush() override;
+    bool flush() override;
     bool isReadOnly() const override;
     bool isWritable(const QString &name) const override;
     bool fileExists(const QString &name) const override;

@@ -27,31 +27,6 @@ class tst_Translator : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    // Each number of ids gives text; several numbers are the repeated entries of one text.
-    void exactTexts_data()
-    {
-        QTest::addColumn<QList<int>>("ids");
-        QTest::addColumn<bool>("toolTip");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("add") << QList<int>{113, 192, 238} << false << "Add";
-        QTest::newRow("delete") << QList<int>{114, 239} << false << "Delete";
-        QTest::newRow("export") << QList<int>{152, 219, 248} << false << "Export...";
-        QTest::newRow("import") << QList<int>{154, 221, 250} << false
-                                << "Import from another project...";
-        QTest::newRow("gurmukhi") << QList<int>{19} << false
-                                  << QStringLiteral("Latin/Gurmukh\u012b");
-        QTest::newRow("specifed") << QList<int>{95} << true << "Go to the specifed line";
-    }
-    void exactTexts()
-    {
-        QFETCH(QList<int>, ids);
-        QFETCH(bool, toolTip);
-        QFETCH(QString, text);
-        const PlainTranslator &translator = PlainTranslator::instance();
-        for (int id : ids)
-            QCOMPARE(toolTip ? translator.toolTip(id) : translator.text(id), text);
-    }
-
     // Any slip in an entry, a shift by one or a lost character changes these. Tool tips are
     // asked of every number: outside 81..250 there must be none.
     void wholeTables()

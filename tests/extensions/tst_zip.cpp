@@ -221,6 +221,18 @@ private Q_SLOTS:
         expected["after/flush.txt"] = "later";
         QCOMPARE(contents(*archive), expected);
         QVERIFY(archive->openFile("forgotten.txt", QIODevice::WriteOnly));
+
+        // A disk that takes no more: the flush fails, the old .zip stays, nothing is left
+        // beside it, and the change waits for the next try.
+        const QByteArray before = readFile(file);
+        QVERIFY(writeEntry(*archive, "big.bin", randomBytes(400000, 5)));
+        {
+            ZornTest::FileSizeLimit full(before.size() + 1000);
+            QVERIFY(!archive->flush());
+        }
+        QCOMPARE(readFile(file), before);
+        QCOMPARE(QDir(QFileInfo(file).path()).entryList(QDir::Files), QStringList("edit.zip"));
+        expected["big.bin"] = randomBytes(400000, 5);
         archive.reset();
         QCOMPARE(unzipped(file), expected);
     }

@@ -70,6 +70,11 @@ private Q_SLOTS:
         QTest::newRow("past the last row") << "abcdef" << QList<int>{0} << 99 << "bcdeaf";
         QTest::newRow("negative row") << "abcdef" << QList<int>{4} << -1 << "eabcdf";
         QTest::newRow("all") << "abc" << QList<int>{2, 1, 0} << 0 << "abc";
+        // The dropped rows stay together and in order when some stand on or below target.
+        QTest::newRow("one above, two on") << "abcde" << QList<int>{0, 2, 3} << 3 << "bacde";
+        QTest::newRow("one on, one below") << "abcde" << QList<int>{2, 4} << 2 << "abced";
+        QTest::newRow("above, on, below") << "abcdef" << QList<int>{1, 3, 5} << 3 << "acbdfe";
+        QTest::newRow("on and below to the end") << "abcde" << QList<int>{0, 3, 4} << 3 << "bcade";
     }
     void drop()
     {

@@ -5,6 +5,7 @@
 #include <zornx/core/extension.h>
 
 #include <QtCore/QDirIterator>
+#include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QAbstractItemModelTester>
 #include <QtTest/QtTest>
@@ -30,6 +31,8 @@ QString dump(const QAbstractItemModel &model, const QModelIndex &parent = QModel
     }
     return parts.join(",");
 }
+
+const char shortFormat[] = "Z";
 
 QStringList filesBelow(const QString &dir)
 {
@@ -159,6 +162,55 @@ private Q_SLOTS:
         QVERIFY(dump(*parent).contains("kfm(kfm.air,kfm.cns,kfm.ini"));
     }
 
+    // An open project's node never dies under it: not when a scan no longer sees the
+    // directory, nor when a scan lists its parent without contents, nor when the node of
+    // another project that held it goes. Each step after that touches the node again.
+    void openProjectOutlivesItsNode_data()
+    {
+        QTest::addColumn<int>("path");
+        QTest::newRow("directory renamed on disk") << 0;
+        QTest::newRow("below a directory listed bare") << 1;
+        QTest::newRow("inside a released project") << 2;
+    }
+    void openProjectOutlivesItsNode()
+    {
+        QFETCH(int, path);
+        QString main = path == 1 ? "chars/ryu/deep/d.ini" : "chars/kfm/sub/s.ini";
+        QVERIFY(ZornTest::writeFile(game + "/" + main, "[Files]\nscripts = common.cns\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/ryu/deep/common.cns", "value = 1\n"));
+        if (path == 0)
+            main = "chars/kfm/kfm.ini";
+        TestProject *project = open(main);
+        QVERIFY(project);
+        // Each change of chars rescans it.
+        auto rescan = [&](const QString &name) {
+            QVERIFY(QDir(game).mkpath("chars/" + name));
+            QTRY_VERIFY(dump(*parent).contains(name));
+        };
+        if (path == 0) {
+            QVERIFY(QDir(game).rename("chars/kfm", "chars/kfx"));
+            QTRY_VERIFY(dump(*parent).contains("kfx"));
+        } else if (path == 1) {
+            rescan("new");
+        } else {
+            TestProject *holder = open("chars/kfm/kfm.ini");
+            QVERIFY(holder);
+            projects.removeOne(holder);
+            holder->release();
+            delete holder;
+        }
+        const QString files = path == 0 ? "kfm(kfm.air" : "(common.cns,";
+        QVERIFY2(dump(*parent).contains(files), qPrintable(dump(*parent)));
+        rescan("later");
+        QVERIFY2(dump(*parent).contains(files), qPrintable(dump(*parent)));
+        project->fileHierarchyChanged();
+        projects.removeOne(project);
+        project->release();
+        delete project;
+        QVERIFY(!dump(*parent).contains(files));
+        rescan("last");
+    }
+
     void addAndRemovePaths()
     {
         QSignalSpy inserted(parent.get(), &QAbstractItemModel::rowsInserted);
@@ -232,10 +284,26 @@ private Q_SLOTS:
                 return &job;
             }
         } cancelling;
-        parent->save(&cancelling);
+        QVERIFY(parent->save(&cancelling));
         QVERIFY(air->isModified() && cns->isModified());
-        parent->save(nullptr); // no progress at all is fine too
+        QVERIFY(parent->save(nullptr)); // no progress at all is fine too
         QVERIFY(!air->isModified() && !cns->isModified());
+
+        // A disk that takes no more: the old file stays, the file stays modified, and the
+        // job names it.
+        const QByteArray before = ZornTest::readFile(game + "/chars/kfm/kfm.air");
+        const QStringList names = filesBelow(game + "/chars/kfm");
+        air->setValue("value", QString(4000, 'x'));
+        host->progress.jobs.clear();
+        {
+            ZornTest::FileSizeLimit full(1024);
+            QVERIFY(!parent->save(&host->progress));
+        }
+        QCOMPARE(ZornTest::readFile(game + "/chars/kfm/kfm.air"), before);
+        QVERIFY(air->isModified());
+        QCOMPARE(host->progress.jobs[0]->errors,
+                 QStringList("Can't save file '" + game + "/chars/kfm/kfm.air'!"));
+        QCOMPARE(filesBelow(game + "/chars/kfm"), names); // no temporary file left
     }
 
     void saveAsGame()
@@ -256,79 +324,83 @@ private Q_SLOTS:
         QCOMPARE(job.maximum, job.value);
     }
 
-    void backupAndRestoreToADirectory()
+    // A backup holds the open projects' unsaved texts, in a directory or, with the ZIP
+    // extension, in a .zip that ordinary tools read; the documents still point at the game.
+    // Restoring brings the files back and reloads each open document once, through the
+    // project, not again through the watcher; later outside changes are heard again.
+    void backupAndRestore_data()
     {
+        QTest::addColumn<bool>("zip");
+        QTest::newRow("directory") << false;
+        QTest::newRow("zip") << true;
+    }
+    void backupAndRestore()
+    {
+        QFETCH(bool, zip);
+        std::unique_ptr<ExtensionManager> extensions;
+        if (zip) {
+            // An archive format shorter than "ZIP" stands first: it is compared whole, and
+            // only up to its end.
+            struct Short : ArchiveExtension
+            {
+                const char *format() const override { return shortFormat; }
+                Archive *createArchive(const QString &, int) override { return nullptr; }
+            };
+            QVERIFY(ExtensionManager::add(new Short));
+            extensions.reset(new ExtensionManager(QStringLiteral(ZORNX_PLUGIN_DIR)));
+        }
         TestProject *kfm = open("chars/kfm/kfm.ini");
-        auto *air = static_cast<IniFile *>(kfm->filesByType(Project::Animations).first());
-        air->setValue("value", "unsaved");
-        ZornTest::TestJob job("backup");
-        QVERIFY(parent->backup("first", &job));
-        QCOMPARE(job.value, 1u);
-        const QStringList backups = QDir(game + "/backup").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-        QCOMPARE(backups.size(), 1);
-        QVERIFY(backups[0].endsWith("_first"));
-        QVERIFY(QRegExp("\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_first").exactMatch(backups[0]));
-        const QString saved = game + "/backup/" + backups[0];
-        // The copy holds the unsaved text, and the document still points at the game.
-        QVERIFY(ZornTest::readFile(saved + "/chars/kfm/kfm.air").contains("value = unsaved"));
-        QCOMPARE(filesBelow(saved + "/chars/kfm").size(), 8);
-        QCOMPARE(air->fileName(), game + "/chars/kfm/kfm.air");
-        QVERIFY(air->isModified());
-
-        // Change the game on disk, then restore: the files come back and each open document
-        // reloads once, through the project, not again through the watcher.
-        parent->save(nullptr);
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = changed\n"));
-        QTest::qWait(300);
+        QVERIFY(kfm && open("chars/ryu/ryu.ini"));
         auto *cns = static_cast<IniFile *>(kfm->filesByType(Project::Scripts).first());
-        const int airReloads = air->reloads, cnsReloads = cns->reloads;
-        QCOMPARE(cns->value("value"), QString("changed"));
+        cns->setValue("value", "unsaved");
+        if (zip) {
+            // The archive is written at the end: a failure there fails the backup.
+            ZornTest::FileSizeLimit full(200);
+            QVERIFY(!parent->backup("b", nullptr));
+            QVERIFY(QDir(game + "/backup").entryList(QDir::Files).isEmpty());
+        }
+        ZornTest::TestJob job("backup");
+        QVERIFY(parent->backup("b", &job));
+        QCOMPARE(job.value, 2u);
+        const QStringList backups =
+            QDir(game + "/backup").entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        QCOMPARE(backups.size(), 1);
+        QVERIFY(QRegExp("\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_b(\\.zip)?")
+                    .exactMatch(backups[0]));
+        const QString saved = game + "/backup/" + backups[0];
+        QStringList names;
+        QByteArray savedCns;
+        if (zip) {
+            QProcess unzip;
+            unzip.start("unzip", {"-Z1", saved});
+            QVERIFY(unzip.waitForFinished() && unzip.exitCode() == 0);
+            names = QString(unzip.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
+            unzip.start("unzip", {"-p", saved, "chars/kfm/kfm.cns"});
+            QVERIFY(unzip.waitForFinished() && unzip.exitCode() == 0);
+            savedCns = unzip.readAllStandardOutput();
+        } else {
+            names = filesBelow(saved);
+            savedCns = ZornTest::readFile(saved + "/chars/kfm/kfm.cns");
+        }
+        QCOMPARE(names.size(), 8 + 3);
+        for (const char *name : {"chars/kfm/kfm.ini", "chars/kfm/sub/extra.air", "chars/ryu/ryu.cns"})
+            QVERIFY2(names.contains(name), name);
+        QVERIFY(savedCns.contains("value = unsaved"));
+        QCOMPARE(cns->fileName(), game + "/chars/kfm/kfm.cns");
+        QVERIFY(cns->isModified());
+
+        cns->reload(); // back to the text on disk
+        QCOMPARE(cns->value("value"), QString("1"));
+        QTest::qWait(300);
+        const int reloads = cns->reloads;
         ZornTest::TestJob restore("restore");
-        QVERIFY(parent->restoreBackup("/" + backups[0], &restore));
-        QCOMPARE(restore.maximum, 9u);
-        QCOMPARE(cns->value("value"), QString("1"));
+        QVERIFY(parent->restoreBackup("/" + (zip ? backups[0].chopped(4) : backups[0]), &restore));
+        QCOMPARE(restore.maximum, 8u + 3u + 2u);
+        QCOMPARE(cns->value("value"), QString("unsaved"));
         QTest::qWait(500);
-        QCOMPARE(air->reloads, airReloads);
-        QCOMPARE(cns->reloads, cnsReloads);
-        QCOMPARE(cns->value("value"), QString("1"));
-        // Later outside changes are heard again.
+        QCOMPARE(cns->reloads, reloads); // the watcher did not reload it again
         QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = later\n"));
         QTRY_COMPARE(cns->value("value"), QString("later"));
-    }
-
-    void backupAndRestoreThroughZip()
-    {
-        Zorn::ExtensionManager extensions(QStringLiteral(ZORNX_PLUGIN_DIR));
-        TestProject *kfm = open("chars/kfm/kfm.ini");
-        TestProject *ryu = open("chars/ryu/ryu.ini");
-        QVERIFY(kfm && ryu);
-        auto *cns = static_cast<IniFile *>(kfm->filesByType(Project::Scripts).first());
-        cns->setValue("value", "zipped");
-        QVERIFY(parent->backup("z", nullptr));
-        const QStringList zips = QDir(game + "/backup").entryList({"*_z.zip"}, QDir::Files);
-        QCOMPARE(zips.size(), 1);
-        const QString zip = game + "/backup/" + zips[0];
-
-        // Ordinary zip tools accept it and see the projects' files at the root.
-        QProcess unzip;
-        unzip.start("unzip", {"-t", zip});
-        QVERIFY(unzip.waitForFinished());
-        QCOMPARE(unzip.exitCode(), 0);
-        unzip.start("unzip", {"-Z1", zip});
-        QVERIFY(unzip.waitForFinished());
-        const QStringList entries = QString(unzip.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
-        for (const char *name : {"chars/kfm/kfm.ini", "chars/kfm/sub/extra.air", "chars/ryu/ryu.cns"})
-            QVERIFY2(entries.contains(name), name);
-        QCOMPARE(entries.size(), 8 + 3);
-
-        cns->reload(); // back to the saved text
-        QCOMPARE(cns->value("value"), QString("1"));
-        const int reloads = cns->reloads;
-        QVERIFY(parent->restoreBackup("/" + zips[0].chopped(4), nullptr));
-        QVERIFY(ZornTest::readFile(game + "/chars/kfm/kfm.cns").contains("value = zipped"));
-        QCOMPARE(cns->value("value"), QString("zipped"));
-        QTest::qWait(500);
-        QCOMPARE(cns->reloads, reloads); // the project reloaded it; the watcher did not again
     }
 };
 

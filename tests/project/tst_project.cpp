@@ -130,6 +130,15 @@ private Q_SLOTS:
         project->moveFile(Project::Sprites, 0, 5); // out of range: nothing
         QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"kfm2.sff", "kfm.sff"}));
 
+        // A file the project does not hold keeps its reference.
+        auto *stranger = new IniFile;
+        stranger->addRef();
+        project->removeFile(stranger);
+        QCOMPARE(stranger->refCount(), 2u);
+        QCOMPARE(closed.size(), 1);
+        stranger->release();
+        stranger->release();
+
         ProjectFile *extra = project->filesByType(Project::Animations).last();
         project->removeFile(extra);
         QCOMPARE(closed.size(), 2);

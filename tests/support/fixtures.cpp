@@ -5,7 +5,29 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
+#include <csignal>
+
+#include <sys/resource.h>
+
 namespace ZornTest {
+
+FileSizeLimit::FileSizeLimit(long long limit)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit cap;
+    getrlimit(RLIMIT_FSIZE, &cap);
+    previous = cap.rlim_cur;
+    cap.rlim_cur = rlim_t(limit);
+    setrlimit(RLIMIT_FSIZE, &cap);
+}
+
+FileSizeLimit::~FileSizeLimit()
+{
+    rlimit cap;
+    getrlimit(RLIMIT_FSIZE, &cap);
+    cap.rlim_cur = rlim_t(previous);
+    setrlimit(RLIMIT_FSIZE, &cap);
+}
 
 QString testData(const QString &name)
 {

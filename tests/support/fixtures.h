@@ -14,6 +14,18 @@ QByteArray readFile(const QString &name);
 // Writes a whole file, creating its directory.
 bool writeFile(const QString &name, const QByteArray &bytes);
 
+// While it lives, the process may write no file past limit bytes: writes fail there as on a
+// full disk (SIGXFSZ is ignored).
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(long long limit);
+    ~FileSizeLimit();
+
+private:
+    unsigned long long previous;
+};
+
 } // namespace ZornTest
 
 #endif

@@ -54,12 +54,13 @@ QIODevice *MemoryArchive::openFile(const QString &name, QIODevice::OpenMode mode
     return device;
 }
 
-void MemoryArchive::closeFile(QIODevice *device)
+bool MemoryArchive::closeFile(QIODevice *device)
 {
     auto *memory = static_cast<MemoryDevice *>(device);
     if (memory->openMode() & QIODevice::WriteOnly)
         files.insert(memory->name, memory->bytes);
     delete memory;
+    return true;
 }
 
 void MemoryArchive::discardFile(QIODevice *device)

@@ -23,11 +23,15 @@ public:
                         QDir::SortFlags sort) const override;
     using Zorn::Archive::entries;
     QIODevice *openFile(const QString &name, QIODevice::OpenMode mode) override;
-    void closeFile(QIODevice *device) override;
+    bool closeFile(QIODevice *device) override;
     void discardFile(QIODevice *device) override;
     bool removeFile(const QString &name) override { return files.remove(name) > 0; }
     bool renameFile(const QString &oldName, const QString &newName) override;
-    void flush() override { ++flushes; }
+    bool flush() override
+    {
+        ++flushes;
+        return true;
+    }
     bool isReadOnly() const override { return readOnly; }
     bool isWritable(const QString &) const override { return !readOnly; }
     bool fileExists(const QString &name) const override { return files.contains(name); }

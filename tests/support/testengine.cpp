@@ -43,13 +43,14 @@ bool IniFile::toFile(Zorn::Archive &archive, const QString &fileName, unsigned i
     QByteArray bytes;
     for (const QString &line : qAsConst(lines))
         bytes += line.toUtf8() + "\r\n";
-    if (device->write(bytes) != bytes.size()) {
+    const bool written = device->write(bytes) == bytes.size();
+    if (!written)
         archive.discardFile(device);
+    if (!written || !archive.closeFile(device)) {
         if (job)
             job->error(QStringLiteral("Can't write '%1'.").arg(fileName));
         return false;
     }
-    archive.closeFile(device);
     fileSaved(archive, fileName, flags & Copy);
     if (!(flags & Copy)) {
         name = fileName;
@@ -86,33 +87,6 @@ void IniFile::setValue(const QString &key, const QString &value)
         }
     }
     lines.append(key + QStringLiteral(" = ") + value);
-}
-
-QList<Zorn::ProjectFile::SearchResult> IniFile::search(const Zorn::RegExp &expression,
-                                                       unsigned int) const
-{
-    QList<SearchResult> results;
-    for (int i = 0; i < lines.size(); ++i) {
-        const Zorn::RegExp::Match match = expression.match(lines.at(i), 0);
-        if (match.position < 0)
-            continue;
-        SearchResult result;
-        result.line = i;
-        result.position = match.position;
-        result.length = match.length;
-        result.text = lines.at(i);
-        result.captures = match.captured.mid(1);
-        results.append(result);
-    }
-    return results;
-}
-
-void IniFile::replace(const QList<SearchResult> &results, const QString &replacement)
-{
-    for (const SearchResult &result : results)
-        if (result.line >= 0 && result.line < lines.size())
-            lines[result.line].replace(result.position, result.length, replacement);
-    modified = modified || !results.isEmpty();
 }
 
 TestParentProject::TestParentProject(const QString &path, Zorn::Archive &archive,

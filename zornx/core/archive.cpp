@@ -8,6 +8,7 @@
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QRegExp>
 #include <QtCore/QThread>
+#include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QMessageBox>
 
@@ -132,13 +133,15 @@ QIODevice *FileSystemArchive::openFile(const QString &name, QIODevice::OpenMode 
     return file;
 }
 
-void FileSystemArchive::closeFile(QIODevice *device)
+bool FileSystemArchive::closeFile(QIODevice *device)
 {
     if (!device)
-        return;
-    if (QFileDevice *file = qobject_cast<QFileDevice *>(device))
-        file->flush();
-    delete device; // the destructor of File commits a pending replacement
+        return false;
+    bool ok = true;
+    if (File *file = dynamic_cast<File *>(device))
+        ok = file->commit();
+    delete device;
+    return ok;
 }
 
 void FileSystemArchive::discardFile(QIODevice *device)
@@ -158,7 +161,10 @@ bool FileSystemArchive::renameFile(const QString &oldName, const QString &newNam
     return QFile::rename(oldName, newName);
 }
 
-void FileSystemArchive::flush() {}
+bool FileSystemArchive::flush()
+{
+    return true;
+}
 
 bool FileSystemArchive::isReadOnly() const
 {
@@ -187,10 +193,17 @@ bool FileSystemArchive::directoryExists(const QString &name) const
 bool retryFileOperation(const char *title, const char *text, const QString &fileName,
                         const std::function<bool()> &operation)
 {
+    // Only a host on the GUI thread can answer; elsewhere nobody would, and a question would
+    // block for good: give up after the first round of tries.
+    QCoreApplication *app = QCoreApplication::instance();
+    const bool canAsk = Interface::instance() && qobject_cast<QApplication *>(app)
+        && QThread::currentThread() == app->thread();
     int failures = 0;
     while (!operation()) {
         QThread::msleep(200);
         if (++failures % 10 == 0) {
+            if (!canAsk)
+                return false;
             const auto answer = QMessageBox::question(
                 nullptr, QString::fromLatin1(title), QString::fromLatin1(text).arg(fileName),
                 QMessageBox::Yes | QMessageBox::No, QMessageBox::NoButton);
@@ -212,19 +225,30 @@ bool File::open(OpenMode mode)
         return QFile::open(mode);
     }
 
+    // Reading or appending works on a copy of the old contents.
+    const bool keep = (mode & (ReadOnly | Append)) && !(mode & Truncate);
     setFileName(target.fileName() + randomString(6));
-    if ((mode & ReadOnly) && !QFile::copy(target.fileName(), fileName()))
-        return false;
-    if (QFile::open(mode) && target.open(ReadWrite)) {
+    if ((!keep || QFile::copy(target.fileName(), fileName())) && QFile::open(mode)
+        && target.open(ReadWrite)) {
         // The replacement keeps the permissions of the file it replaces.
         setPermissions(target.permissions());
+        unsetError(); // a refusal there costs nothing; commit() heeds write errors only
         return true;
     }
+    // Nothing is left behind, and the destructor has nothing to commit.
     QFile::close();
     target.close();
     QFile::remove(fileName());
     setFileName(target.fileName());
     return false;
+}
+
+qint64 File::writeData(const char *data, qint64 length)
+{
+    const qint64 written = QFile::writeData(data, length);
+    if (written != length)
+        writeFailed = true;
+    return written;
 }
 
 File::~File()
@@ -235,10 +259,25 @@ File::~File()
 
 bool File::commit()
 {
-    // The new contents reach the disk before the old file goes.
-    if (isOpen()) {
-        flush();
-        ::fsync(handle());
+    if (fileName() == target.fileName()) {
+        // Written in place: only the file's own state tells.
+        const bool ok =
+            !isOpen() || !isWritable() || (flush() && error() == NoError && !writeFailed);
+        close();
+        if (!ok && created)
+            remove();
+        created = false;
+        return ok;
+    }
+
+    // The new contents reach the disk before the old file goes. A write that failed on the
+    // way (a full disk, a size limit) leaves the old file as it was.
+    bool written = error() == NoError && !writeFailed; // close() keeps its flush's error
+    if (isOpen())
+        written = written && flush() && ::fsync(handle()) == 0;
+    if (!written) {
+        discard();
+        return false;
     }
     target.close();
     QFile::close();
@@ -248,8 +287,10 @@ bool File::commit()
     // renamed, with the user asked when that keeps failing.
     const QByteArray from = QFile::encodeName(fileName());
     const QByteArray to = QFile::encodeName(target.fileName());
-    if (std::rename(from.constData(), to.constData()) == 0)
+    if (std::rename(from.constData(), to.constData()) == 0) {
+        setFileName(target.fileName());
         return true;
+    }
 
     const QString targetName = target.fileName();
     const QString temporaryName = fileName();
@@ -268,11 +309,13 @@ bool File::commit()
         return false;
     }
     QThread::msleep(20);
-    return retryFileOperation(
+    const bool renamed = retryFileOperation(
         "File rename error!",
         "Can't rename temporary file to '%1'. Do you want to try again?\nObs.: You can rename it "
         "manually. Seems that something is preventing the file to be renamed.",
         targetName, [&] { return QFile::rename(temporaryName, targetName); });
+    setFileName(targetName); // given up or done: nothing is left to commit
+    return renamed;
 }
 
 void File::discard()
@@ -541,27 +584,49 @@ QString randomString(int length)
 
 bool fileNameLessThan(const QString &a, const QString &b)
 {
-    // QRegExp keeps its match state, so each operand gets its own copy of the pattern.
-    static const QRegExp pattern(QStringLiteral("([^\\d]*)(\\d+)\\.[\\S]+"), Qt::CaseSensitive);
-    QRegExp ra = pattern;
-    QRegExp rb = pattern;
-    if (!ra.exactMatch(a) || !rb.exactMatch(b))
-        return a < b;
-    const int byName = QString::compare(ra.cap(1), rb.cap(1));
-    if (byName != 0)
-        return byName < 0;
-    // Compare the numbers without converting them, so that no length overflows.
-    auto digits = [](const QString &number) {
-        int i = 0;
-        while (i < number.size() - 1 && number.at(i) == QLatin1Char('0'))
-            ++i;
-        return number.mid(i);
+    // Each name maps to a key, and keys compare field by field, so that the order stays a
+    // strict weak one when numbered and plain names mix: a numbered name is (stem, 1, number,
+    // name), a plain one (name, 0). So frame2.pcx goes before frame10.pcx, and a plain name
+    // meets a numbered one by its text against the stem.
+    struct Key
+    {
+        QString head;
+        bool numbered = false;
+        QString number; // digits without leading zeros
     };
-    const QString na = digits(ra.cap(2));
-    const QString nb = digits(rb.cap(2));
-    if (na.size() != nb.size())
-        return na.size() < nb.size();
-    return na < nb;
+    auto keyOf = [](const QString &name) {
+        // QRegExp keeps its match state: each call gets its own copy of the pattern.
+        static const QRegExp pattern(QStringLiteral("([^\\d]*)(\\d+)\\.[\\S]+"),
+                                     Qt::CaseSensitive);
+        QRegExp match = pattern;
+        Key key;
+        if (!match.exactMatch(name)) {
+            key.head = name;
+            return key;
+        }
+        key.head = match.cap(1);
+        key.numbered = true;
+        key.number = match.cap(2);
+        int zeros = 0;
+        while (zeros < key.number.size() - 1 && key.number.at(zeros) == QLatin1Char('0'))
+            ++zeros;
+        key.number.remove(0, zeros);
+        return key;
+    };
+    const Key ka = keyOf(a);
+    const Key kb = keyOf(b);
+    if (const int byHead = QString::compare(ka.head, kb.head))
+        return byHead < 0;
+    if (ka.numbered != kb.numbered)
+        return kb.numbered;
+    if (ka.numbered) {
+        // Compared as digits, so that no length overflows.
+        if (ka.number.size() != kb.number.size())
+            return ka.number.size() < kb.number.size();
+        if (const int byNumber = QString::compare(ka.number, kb.number))
+            return byNumber < 0;
+    }
+    return a < b;
 }
 
 static QFileDialog::Options openDialogOptions()

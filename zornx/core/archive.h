@@ -33,13 +33,15 @@ public:
                                 QDir::Filters filters, QDir::SortFlags sort) const = 0;
     // Null on failure. The device goes back through closeFile() or discardFile().
     virtual QIODevice *openFile(const QString &name, QIODevice::OpenMode mode) = 0;
-    // Commits what was written and ends the device.
-    virtual void closeFile(QIODevice *device) = 0;
+    // Commits what was written and ends the device. false when what was written could not
+    // be put in place; the file is then as it was before.
+    virtual bool closeFile(QIODevice *device) = 0;
     // Ends the device and drops what was written.
     virtual void discardFile(QIODevice *device) = 0;
     virtual bool removeFile(const QString &name) = 0;
     virtual bool renameFile(const QString &oldName, const QString &newName) = 0;
-    virtual void flush() = 0;
+    // Writes what is pending; false when that failed (and it stays pending).
+    virtual bool flush() = 0;
     virtual bool isReadOnly() const = 0;
     virtual bool isWritable(const QString &name) const = 0;
     virtual bool fileExists(const QString &name) const = 0;
@@ -74,11 +76,11 @@ public:
                         QDir::SortFlags sort) const override;
     using Archive::entries;
     QIODevice *openFile(const QString &name, QIODevice::OpenMode mode) override;
-    void closeFile(QIODevice *device) override;
+    bool closeFile(QIODevice *device) override;
     void discardFile(QIODevice *device) override;
     bool removeFile(const QString &name) override;
     bool renameFile(const QString &oldName, const QString &newName) override;
-    void flush() override;
+    bool flush() override;
     bool isReadOnly() const override;
     bool isWritable(const QString &name) const override;
     bool fileExists(const QString &name) const override;

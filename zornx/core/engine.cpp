@@ -240,7 +240,10 @@ bool EnginePrivate::save()
         configurationError(failure.arg(fileName));
         return false;
     }
-    archive.closeFile(device);
+    if (!archive.closeFile(device)) {
+        configurationError(failure.arg(fileName));
+        return false;
+    }
     data->loadFailed = false;
     return true;
 }

@@ -43,25 +43,26 @@ bool OrganizableListModel::dropMimeData(const QMimeData *data, Qt::DropAction ac
     }
     std::sort(rows.begin(), rows.end(), std::greater<int>());
 
+    // The dropped rows end up together, in their order, in front of the first row at or
+    // behind target that was not dragged (at the end when there is none): the last one goes
+    // there, each other one in front of the one placed before it. order mirrors the list as
+    // the moves go.
+    QList<int> order;
+    for (int r = 0; r < count; ++r)
+        order.append(r);
+    int anchor = target;
+    while (anchor < count && rows.contains(anchor))
+        ++anchor;
+    int front = anchor < count ? anchor : count; // the index to land in front of
     moveFromDrag = true;
-    while (!rows.isEmpty()) {
-        const int r = rows.takeLast();
-        if (r == target) {
-            // It already stands there: the rows after it follow it, in order.
-            ++target;
-        } else if (r > target) {
-            move(unsigned(r), unsigned(target));
-            for (int &other : rows)
-                if (other >= target && other < r)
-                    ++other;
-            ++target;
-        } else {
-            if (r != target - 1)
-                move(unsigned(r), unsigned(target - 1));
-            for (int &other : rows)
-                if (other > r && other <= target)
-                    --other;
+    for (const int r : qAsConst(rows)) {
+        const int from = order.indexOf(r);
+        const int to = from < front ? front - 1 : front;
+        if (from != to) {
+            move(unsigned(from), unsigned(to));
+            order.move(from, to);
         }
+        front = to;
     }
     moveFromDrag = false;
     return false;

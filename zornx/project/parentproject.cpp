@@ -30,7 +30,7 @@ ArchiveExtension *zipExtension()
     const QList<Extension *> &list = ExtensionManager::list(Extension::ArchiveType);
     for (Extension *extension : list) {
         const char *format = extension->format();
-        if (format && std::memcmp(format, "ZIP", 4) == 0)
+        if (format && std::strcmp(format, "ZIP") == 0)
             return static_cast<ArchiveExtension *>(extension);
     }
     return nullptr;
@@ -251,14 +251,45 @@ void ParentProjectPrivate::merge(Path *node, const QList<PathInfo> &wanted)
     mergeChildren(static_cast<BasePath *>(node), wanted, true);
 }
 
+bool ParentProjectPrivate::holdsProject(const BasePath *node) const
+{
+    for (const BasePath *held : projects)
+        for (const BasePath *up = held; up; up = up->parentNode)
+            if (up == node)
+                return true;
+    return false;
+}
+
 void ParentProjectPrivate::removeNode(BasePath *node)
 {
+    // The open projects inside lose their node with it and get a new one below.
+    QList<Project *> detached;
+    for (auto it = projects.begin(); it != projects.end(); ++it)
+        for (const BasePath *up = it.value(); up; up = up->parentNode)
+            if (up == node) {
+                detached.append(it.key());
+                it.value() = nullptr;
+                break;
+            }
     BasePath *parent = node->parentNode;
     const int row = parent->childNodes.indexOf(node);
     owner->beginRemoveRows(indexOf(parent), row, row);
     parent->childNodes.removeAt(row);
     delete node;
     owner->endRemoveRows();
+    for (Project *project : qAsConst(detached))
+        attach(project);
+}
+
+void ParentProjectPrivate::attach(Project *project)
+{
+    const QString fileName = project->fileName();
+    const QString directory = project->mainFile()->archive().absoluteFilePath(fileName);
+    BasePath *node = this;
+    if (!fileName.isEmpty() && directory != nodeName)
+        node = walkOrCreate(relativeParts(directory), 0, QStringList());
+    projects.insert(project, node);
+    owner->updateProject(project);
 }
 
 void ParentProjectPrivate::mergeChildren(BasePath *node, const QList<PathInfo> &wanted,
@@ -275,6 +306,10 @@ void ParentProjectPrivate::mergeChildren(BasePath *node, const QList<PathInfo> &
                     j = k;
                     break;
                 }
+            }
+            if (j < 0 && holdsProject(child)) {
+                ++r; // an open project stays in the tree whatever the disk says
+                continue;
             }
             if (j < 0) {
                 owner->beginRemoveRows(indexOf(node), r, r);
@@ -313,11 +348,13 @@ void ParentProjectPrivate::directoryChanged(const QString &path)
         return;
     static_cast<DirectoryPath *>(node)->scan();
     // A scan lists directories without their contents; the open projects below put their
-    // files back, so that a change on disk never hides them.
-    for (auto it = projects.cbegin(); it != projects.cend(); ++it) {
-        for (const BasePath *up = it.value(); up; up = up->parentNode)
-            if (up == node && it.value() != node) {
-                owner->updateProject(it.key());
+    // files back. (Their nodes survive the scan: a merge keeps them.)
+    const QList<Project *> open = projects.keys();
+    for (Project *project : open) {
+        const BasePath *held = projects.value(project);
+        for (const BasePath *up = held ? held->parentNode : nullptr; up; up = up->parentNode)
+            if (up == node) {
+                owner->updateProject(project);
                 break;
             }
     }
@@ -436,13 +473,7 @@ void ParentProject::addRef(Project *project)
     if (d->projects.contains(project))
         return;
     ++d->refCount;
-    const QString fileName = project->fileName();
-    const QString directory = project->mainFile()->archive().absoluteFilePath(fileName);
-    BasePath *node = d;
-    if (!fileName.isEmpty() && directory != d->nodeName)
-        node = d->walkOrCreate(d->relativeParts(directory), 0, QStringList());
-    d->projects.insert(project, node);
-    updateProject(project);
+    d->attach(project);
 }
 
 void ParentProject::updateProject(Project *project)
@@ -510,8 +541,9 @@ void ParentProject::releaseProject(Project *project)
         free();
 }
 
-void ParentProject::save(ProgressProvider *progress)
+bool ParentProject::save(ProgressProvider *progress)
 {
+    bool ok = true;
     ProviderJob *job = progress ? progress->newJob(QStringLiteral("Saving..."), 0) : nullptr;
     const QList<Project *> projects = d->projects.keys();
     if (job)
@@ -520,7 +552,7 @@ void ParentProject::save(ProgressProvider *progress)
         const QMap<ProjectFile *, quint32> files = project->filesWithIDs();
         for (auto it = files.cbegin(); it != files.cend(); ++it) {
             if (job && job->wasCancelled())
-                return;
+                return ok;
             ProjectFile *file = it.key();
             if (!file->isModified() || !file->canSave())
                 continue;
@@ -537,7 +569,12 @@ void ParentProject::save(ProgressProvider *progress)
                         fileJob->setBackground(true);
                     }
                 }
-                file->toFile(store, name, flags, fileJob);
+                // A file saving in the background reports on its own job.
+                if (!file->toFile(store, name, flags, fileJob)) {
+                    ok = false;
+                    if (job && !fileJob)
+                        job->error(QStringLiteral("Can't save file '%1'!").arg(name));
+                }
             } else if (Interface *host = Interface::instance()) {
                 int type = -1;
                 for (int bit = 0; bit < 32; ++bit)
@@ -553,6 +590,7 @@ void ParentProject::save(ProgressProvider *progress)
         if (job)
             job->incrementValue();
     }
+    return ok;
 }
 
 bool ParentProject::saveAs(const QString &path, JobStats *job)
@@ -637,8 +675,10 @@ bool ParentProject::backup(const QString &name, JobStats *job)
         if (job)
             job->incrementValue();
     }
+    // A .zip is written only now: a failure there is a failed backup.
+    const bool ok = store->flush();
     store->release();
-    return true;
+    return ok;
 }
 
 bool ParentProject::restoreBackup(const QString &name, JobStats *job)

@@ -85,12 +85,14 @@ public:
     // True when the root holds the engine's game marker file.
     bool isGame() const;
 
-    // Saves every modified file that can save; a job per project on progress.
-    void save(ProgressProvider *progress);
+    // Saves every modified file that can save; a job per project on progress. false when a
+    // file failed to save in place, which the job's error() names.
+    bool save(ProgressProvider *progress);
     // Writes everything to a new place on the file system: a directory for a game, the main
     // file's new name for a single project.
     bool saveAs(const QString &path, JobStats *job);
     // Copies every project below "backup/", into a .zip when the ZIP extension is loaded.
+    // false when the .zip could not be written.
     bool backup(const QString &name, JobStats *job);
     bool restoreBackup(const QString &name, JobStats *job);
 

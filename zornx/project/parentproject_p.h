@@ -119,8 +119,13 @@ public:
     // Walks parts from the root, adding missing directories with mode and filters.
     BasePath *walkOrCreate(const QStringList &parts, ParentProject::PathType mode,
                            const QStringList &filters);
-    // Takes a node out of the tree, with the model's row signals, and deletes it.
+    // Takes a node out of the tree, with the model's row signals, and deletes it. Open
+    // projects whose node was inside it are attached again.
     void removeNode(BasePath *node);
+    // Gives a project its node (its main file's directory) and merges its files there.
+    void attach(Project *project);
+    // Whether node is, or lies above, the node of an open project: a merge keeps it.
+    bool holdsProject(const BasePath *node) const;
     void mergeChildren(BasePath *node, const QList<PathInfo> &wanted, bool existing);
     BasePath *makeNode(const PathInfo &info, BasePath *parent) const;
 

@@ -302,6 +302,8 @@ void Project::removeFile(int type, unsigned int index)
 
 void Project::removeFile(ProjectFile *file)
 {
+    if (!d->files.contains(file))
+        return; // not ours: its reference is somebody else's
     if (d->parent)
         emit d->parent->fileClosed(file);
     takeFile(file);
