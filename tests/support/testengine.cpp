@@ -210,10 +210,7 @@ QString TestEngine::queryString(StringType type, unsigned int index) const
 
 QMap<int, QString> TestEngine::singleFileFilters() const
 {
-    QMap<int, QString> filters;
-    filters.insert(0, QStringLiteral("Ini files (*.ini)"));
-    filters.insert(4, QStringLiteral("Scripts (*.ini *.txt)"));
-    return filters;
+    return fileFilters;
 }
 
 Zorn::ProjectFile *TestEngine::createFile(int type, Zorn::Project *)

@@ -101,6 +101,10 @@ public:
     QString queryString(StringType type, unsigned int index) const override;
     QMap<int, QString> singleFileFilters() const override;
     Zorn::ProjectFile *createFile(int type, Zorn::Project *project) override;
+
+    // The patterns that singleFileFilters() gives, by file type.
+    QMap<int, QString> fileFilters{{0, QStringLiteral("*.ini")},
+                                   {4, QStringLiteral("*.ini *.txt")}};
 };
 
 } // namespace ZornTest
