@@ -69,7 +69,7 @@ protected:
 // A content item defined by a main file that lists its other files:
 //     [Files]
 //     sprites = a.sff, b.sff        (type 1; sounds 2, animations 3, scripts 4)
-// Every listed file is opened as an IniFile; a missing one is skipped.
+// Every listed file is made by the engine (an IniFile without one); a missing one is skipped.
 class TestProject : public Zorn::Project
 {
     Q_OBJECT
