@@ -16,8 +16,10 @@
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
 #include <QtWidgets/QPlainTextEdit>
+#include <QtWidgets/QScrollArea>
 #include <QtWidgets/QSpinBox>
 #include <QtWidgets/QToolButton>
+#include <QtWidgets/QVBoxLayout>
 
 using namespace Zorn;
 
@@ -354,6 +356,28 @@ private Q_SLOTS:
         QCOMPARE(only->height(), open);
         QCOMPARE(host.options.value("form_section0"), QVariant(false));
         QCOMPARE(host.options.size(), 1);
+    }
+
+    void animatedSection()
+    {
+        Section section("Moves", 40, false);
+        QSignalSpy toggled(&section, &Section::toggled);
+        auto *content = new QVBoxLayout;
+        auto *block = new QWidget;
+        block->setFixedHeight(100);
+        content->addWidget(block);
+        section.setContentLayout(content);
+        auto *area = section.findChild<QScrollArea *>();
+        section.toggle(true);
+        QCOMPARE(toggled.count(), 1);
+        const int height = content->sizeHint().height();
+        QTRY_COMPARE(area->maximumHeight(), height);
+        const int open = section.maximumHeight();
+        QCOMPARE(section.minimumHeight(), open);
+        section.toggle(false);
+        QTRY_COMPARE(area->maximumHeight(), 0);
+        QCOMPARE(section.maximumHeight(), open - height);
+        QCOMPARE(toggled.count(), 2);
     }
 
     void fileBrowseEdit()
