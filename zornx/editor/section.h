@@ -16,7 +16,7 @@ class ZORNX_EXPORT Section : public QWidget
 {
     Q_OBJECT
 public:
-    static const int DEFAULT_DURATION = 0; // no animation
+    static constexpr int DEFAULT_DURATION = 0; // no animation
 
     Section(const QString &title, int animationDuration = DEFAULT_DURATION, bool expanded = true,
             QWidget *parent = nullptr);
@@ -42,7 +42,6 @@ private Q_SLOTS:
     void delayedUpdate();
 
 private:
-    friend class SectionPrivate;
     SectionPrivate *d;
 };
 
