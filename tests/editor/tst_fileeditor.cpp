@@ -456,6 +456,14 @@ private Q_SLOTS:
             QCOMPARE(shown.parentWidget(), &bar);
         }
         QVERIFY(!shown.parentWidget()); // still alive: this frame owns it
+
+        // An action that ends while its widget is shown leaves the widget alone too.
+        QToolBar bar;
+        auto *shortLived = new ReusableWidgetAction(&shown);
+        bar.addAction(shortLived);
+        delete shortLived;
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!shown.parentWidget());
     }
 
     void resetScrollPos()

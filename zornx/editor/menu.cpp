@@ -70,6 +70,13 @@ ReusableWidgetAction::ReusableWidgetAction(QWidget *widget, QObject *parent)
 {
 }
 
+ReusableWidgetAction::~ReusableWidgetAction()
+{
+    const QList<QWidget *> containers = associatedWidgets();
+    for (QWidget *container : containers)
+        container->removeAction(this);
+}
+
 QWidget *ReusableWidgetAction::widget() const
 {
     return held;

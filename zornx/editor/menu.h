@@ -49,6 +49,8 @@ class ZORNX_EXPORT ReusableWidgetAction : public QWidgetAction
     Q_OBJECT
 public:
     ReusableWidgetAction(QWidget *widget, QObject *parent = nullptr);
+    // Takes the widget back from every container first: QWidgetAction would destroy it.
+    ~ReusableWidgetAction() override;
 
     QWidget *widget() const;
 
