@@ -55,6 +55,19 @@ QString filePatterns(const FileEditor *editor, const Interface *host)
     return engine ? engine->singleFileFilters().value(editor->canEditFileType()) : QString();
 }
 
+// A new, empty file of the editor's type in project; null when the engine or the project
+// refuses it.
+ProjectFile *addNewFile(const FileEditor *editor, Engine *engine, Project *project)
+{
+    const int type = editor->canEditFileType();
+    ProjectFile *file = engine->createFile(type, project);
+    if (file && !project->addFile(file, type)) {
+        file->release();
+        return nullptr;
+    }
+    return file;
+}
+
 QString actionText(const FileEditor *editor)
 {
     const QAction *action = editor->action();
@@ -90,10 +103,10 @@ unsigned int outsideFlags(const Project *project, const QString &name, Interface
 // "*.ext" patterns written together qualifies; a name ending in one of them keeps its own.
 QString missingExtension(const QString &patterns, const QString &name)
 {
-    static const QRegExp whole(QStringLiteral("^(?:\\*(\\.[a-zA-Z]+))*$"));
+    const QRegExp whole(QStringLiteral("^(?:\\*(\\.[a-zA-Z]+))*$"));
     if (!whole.exactMatch(patterns))
         return QString();
-    static const QRegExp one(QStringLiteral("\\*(\\.[a-zA-Z]+)"));
+    QRegExp one(QStringLiteral("\\*(\\.[a-zA-Z]+)"));
     QStringList extensions;
     for (int at = one.indexIn(patterns); at >= 0; at = one.indexIn(patterns, at + 1))
         extensions << one.cap(1);
@@ -213,16 +226,8 @@ void FileEditor::create()
 {
     Project *project = interface ? interface->currentProject() : nullptr;
     Engine *engine = interface ? interface->currentEngine() : nullptr;
-    if (!project || !engine)
+    if (!project || !engine || !addNewFile(this, engine, project))
         return;
-    const int type = canEditFileType();
-    ProjectFile *file = engine->createFile(type, project);
-    if (!file)
-        return;
-    if (!project->addFile(file, type)) {
-        file->release();
-        return;
-    }
     switchToThis();
     contentsChanged();
 }
@@ -240,14 +245,9 @@ void FileEditor::open()
     if (name.isEmpty())
         return;
 
-    const int type = canEditFileType();
-    ProjectFile *file = interface->currentEngine()->createFile(type, project);
+    ProjectFile *file = addNewFile(this, interface->currentEngine(), project);
     if (!file)
         return;
-    if (!project->addFile(file, type)) {
-        file->release();
-        return;
-    }
     const unsigned int flags = outsideFlags(project, name, interface,
                                             QT_TR_NOOP("Do you want to load it as copy?"));
     if (!file->fromFile(FileSystemArchive::instance(), name, flags, nullptr)) {
