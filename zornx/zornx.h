@@ -29,4 +29,13 @@
 #include <zornx/code/codeparser.h>
 #include <zornx/code/textcodecs.h>
 
+#include <zornx/editor/editor.h>
+#include <zornx/editor/filebrowseedit.h>
+#include <zornx/editor/itemsdialog.h>
+#include <zornx/editor/menu.h>
+#include <zornx/editor/multivaluewidget.h>
+#include <zornx/editor/propertyedit.h>
+#include <zornx/editor/section.h>
+#include <zornx/editor/workspace.h>
+
 #endif

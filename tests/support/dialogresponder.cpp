@@ -4,6 +4,7 @@
 #include <QtWidgets/QApplication>
 #include <QtWidgets/QFileDialog>
 #include <QtWidgets/QInputDialog>
+#include <QtWidgets/QLineEdit>
 
 namespace ZornTest {
 
@@ -69,7 +70,11 @@ void DialogResponder::poll()
         } else if (auto *files = qobject_cast<QFileDialog *>(dialog)) {
             seen.append(record);
             if (haveAnswer) {
-                files->selectFile(a.value);
+                // selectFile() leaves a focused name field alone, so type the name instead.
+                if (auto *name = files->findChild<QLineEdit *>(QStringLiteral("fileNameEdit")))
+                    name->setText(a.value);
+                else
+                    files->selectFile(a.value);
                 QMetaObject::invokeMethod(files, "accept");
             } else {
                 files->reject();

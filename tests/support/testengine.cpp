@@ -131,8 +131,12 @@ TestProject *TestProject::open(Zorn::ParentProject *parent, const QString &mainF
     const QString directory = store.absoluteFilePath(mainFile);
     QList<ExternalFile> files;
     project->externalFiles(files);
+    // The files come from the engine's factory, as in a real module.
+    Zorn::Engine *engine = parent ? parent->engine() : nullptr;
     for (const ExternalFile &entry : qAsConst(files)) {
-        auto *file = new IniFile;
+        Zorn::ProjectFile *file = engine ? engine->createFile(entry.id, project) : nullptr;
+        if (!file)
+            file = new IniFile;
         if (file->fromFile(store, directory + QLatin1Char('/') + entry.name, 0, nullptr))
             project->addFile(file, entry.id);
         else
@@ -184,10 +188,7 @@ QString TestEngine::queryString(StringType type, unsigned int index) const
 
 QMap<int, QString> TestEngine::singleFileFilters() const
 {
-    QMap<int, QString> filters;
-    filters.insert(0, QStringLiteral("Ini files (*.ini)"));
-    filters.insert(4, QStringLiteral("Scripts (*.ini *.txt)"));
-    return filters;
+    return fileFilters;
 }
 
 Zorn::ProjectFile *TestEngine::createFile(int type, Zorn::Project *)

@@ -70,7 +70,7 @@ protected:
 // A content item defined by a main file that lists its other files:
 //     [Files]
 //     sprites = a.sff, b.sff        (type 1; sounds 2, animations 3, scripts 4)
-// Every listed file is opened as an IniFile; a missing one is skipped.
+// Every listed file is made by the engine (an IniFile without one); a missing one is skipped.
 class TestProject : public Zorn::Project
 {
     Q_OBJECT
@@ -102,6 +102,10 @@ public:
     QString queryString(StringType type, unsigned int index) const override;
     QMap<int, QString> singleFileFilters() const override;
     Zorn::ProjectFile *createFile(int type, Zorn::Project *project) override;
+
+    // The patterns that singleFileFilters() gives, by file type.
+    QMap<int, QString> fileFilters{{0, QStringLiteral("*.ini")},
+                                   {4, QStringLiteral("*.ini *.txt")}};
 };
 
 } // namespace ZornTest

@@ -1,5 +1,7 @@
 #include "testinterface.h"
 
+#include <zornx/editor/editor.h>
+
 #include <QtWidgets/QAction>
 #include <QtWidgets/QWidget>
 
@@ -92,6 +94,13 @@ QAction *TestInterface::editorAction(const char *name, const Zorn::Translator &t
                                      int textId)
 {
     return addAction(name, translator, textId, QString(), -1, true, nullptr, nullptr);
+}
+
+void TestInterface::switchToEditor(Zorn::Editor *editor)
+{
+    switchedTo.append(editor);
+    if (editor)
+        editor->activate();
 }
 
 } // namespace ZornTest

@@ -63,12 +63,12 @@ public:
     Zorn::ProgressProvider *progressProvider() override { return &progress; }
     Zorn::Engine *currentEngine() const override { return engine; }
     Zorn::Editor *currentEditor() const override { return nullptr; }
-    Zorn::FileEditor *editorFor(Zorn::ProjectFile *, int) override { return nullptr; }
+    Zorn::FileEditor *editorFor(Zorn::ProjectFile *, int) override { return fileEditor; }
     Zorn::Editor *editor(const char *) override { return nullptr; }
     Zorn::ExtraEditor *currentExtraEditor() const override { return nullptr; }
     int projectCount() const override { return 0; }
     Zorn::Project *projectAt(int) const override { return nullptr; }
-    Zorn::Project *currentProject() const override { return nullptr; }
+    Zorn::Project *currentProject() const override { return project; }
     int scaleToDPI(int value) const override { return value; }
     using Zorn::Interface::scaleToDPI;
     QIcon icon(const QString &) const override { return QIcon(); }
@@ -89,7 +89,8 @@ public:
                           int textId) override;
     QWidget *toolWidget(int) override { return nullptr; }
     void refreshEditors() override {}
-    void switchToEditor(Zorn::Editor *) override {}
+    // Records the editor and activates it, as a host does.
+    void switchToEditor(Zorn::Editor *editor) override;
     void switchExtraEditor(Zorn::ExtraEditor *, int) override {}
     void setWorkspace(Zorn::Workspace *) override {}
 
@@ -99,6 +100,9 @@ public:
     QMap<QString, QAction *> actions;
     TestProgressProvider progress;
     Zorn::Engine *engine = nullptr;
+    Zorn::Project *project = nullptr;
+    Zorn::FileEditor *fileEditor = nullptr; // what editorFor() answers
+    QList<Zorn::Editor *> switchedTo;
     QString appPath, dataPath, userPath;
 
 private:

@@ -4,6 +4,7 @@
 #include <zornx/code/codeblockdata.h>
 #include <zornx/code/codedocument.h>
 #include <zornx/code/codenodefile.h>
+#include <zornx/core/archive.h>
 #include <zornx/core/messages.h>
 
 #include <QtCore/QFuture>
@@ -162,7 +163,6 @@ void expandTabs(QString &text);
 
 } // namespace Zorn
 
-Q_DECLARE_METATYPE(Zorn::Archive *)
 Q_DECLARE_METATYPE(Zorn::JobStats *)
 
 #endif

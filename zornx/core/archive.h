@@ -5,6 +5,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QIODevice>
+#include <QtCore/QMetaType>
 #include <QtCore/QStringList>
 
 class QWidget;
@@ -143,5 +144,7 @@ ZORNX_EXPORT QString getExistingDirectory(QWidget *parent, const QString &captio
                                           const QString &directory);
 
 } // namespace Zorn
+
+Q_DECLARE_METATYPE(Zorn::Archive *)
 
 #endif

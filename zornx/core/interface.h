@@ -95,6 +95,11 @@ public:
 
     QPoint scaleToDPI(const QPoint &point) const;
     QRect scaleToDPI(const QRect &rect) const;
+    // A modal chooser of the model's rows with the window icon icon(name); a row of 0 or more
+    // is selected and scrolled to the top. The caller release()s it. (Made by the editor
+    // layer, which defines the dialog.)
+    ItemsDialog *itemsDialog(QWidget *parent, const QString &name, const QString &title,
+                             QAbstractItemModel *model, int row);
 
     // The host's object, null before setGlobalInterface().
     static Interface *instance();
