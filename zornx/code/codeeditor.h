@@ -101,7 +101,6 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
-    using QPlainTextEdit::setDocument;
     friend class CodeEditorPrivate;
     CodeEditorPrivate *d;
 };
