@@ -551,13 +551,19 @@ void CodeEditorPrivate::contentsChange(int position, int removed, int added)
     };
     const QTextBlock first = document->findBlock(position);
     const QTextBlock last = document->findBlock(position + added);
+    // Line numbers below the change move only when the line count does.
+    const int blocks = document->blockCount();
+    const bool moved = blocks != blockCount;
+    blockCount = blocks;
     if (removed > 0) {
-        renumberFrom(first);
+        if (moved)
+            renumberFrom(first);
         setBlock(first);
     } else if (first == last) {
         setBlock(first);
     } else {
-        renumberFrom(first);
+        if (moved)
+            renumberFrom(first);
         setBlock(first);
         setBlock(last);
     }
@@ -878,6 +884,7 @@ void CodeEditor::setDocument(CodeDocument *document)
         QPlainTextEdit::setDocument(document);
         setCursorWidth(2);
         document->setDefaultFont(font());
+        d->blockCount = document->blockCount();
         connect(document, &QTextDocument::contentsChange, d, &CodeEditorPrivate::contentsChange);
     }
     d->updateExtraAreaWidth();

@@ -112,6 +112,7 @@ public:
     int selectionAnchorBlock = -1;
     int markPressBlock = -1;
     int highlightBlock = -1;
+    int blockCount = 0; // the document's, at the last change
     CodeEditorExtraArea *extraArea = nullptr;
     QBasicTimer autoScrollTimer;
 
