@@ -630,6 +630,17 @@ void TestCodeEditor::toolTips()
     QToolTip::hideText();
     QTRY_VERIFY(!QToolTip::isVisible());
 
+    // Not with Control held.
+    QTest::keyPress(&f.editor, Qt::Key_Control, Qt::ControlModifier);
+    if (QGuiApplication::keyboardModifiers() & Qt::ControlModifier) {
+        QApplication::sendEvent(f.editor.viewport(), &help);
+        QTest::qWait(50);
+        QVERIFY(!QToolTip::isVisible());
+    } else {
+        qWarning("Control cannot be held here");
+    }
+    QTest::keyRelease(&f.editor, Qt::Key_Control);
+
     // Over a line without messages nothing shows.
     const QPoint header = f.charAt(0, 2);
     QHelpEvent none(QEvent::ToolTip, header, f.editor.viewport()->mapToGlobal(header));
@@ -676,6 +687,23 @@ void TestCodeEditor::painting()
     QTest::keyClicks(&f.editor, QStringLiteral("q"));
     QVERIFY(redIn(7));
     QVERIFY(!redIn(0));
+
+    // Resting on the box of a folded header previews its lines without unfolding them.
+    const QList<bool> shown = f.visibility();
+    const int lines = f.document->lineCount();
+    QTextCursor end(f.block(2));
+    end.movePosition(QTextCursor::EndOfBlock);
+    const QRect header = f.editor.cursorRect(end);
+    const QRect below(0, header.bottom() + 2, f.editor.viewport()->width(), 2 * half);
+    const QImage plain = f.editor.viewport()->grab(below).toImage();
+    f.mouse(f.editor.viewport(), QEvent::MouseMove, QPoint(header.right() + 20, header.center().y()));
+    QCOMPARE(f.editor.viewport()->cursor().shape(), Qt::PointingHandCursor);
+    QTRY_VERIFY(f.editor.viewport()->grab(below).toImage() != plain);
+    QCOMPARE(f.visibility(), shown);
+    QCOMPARE(f.document->lineCount(), lines);
+    // Typing ends the preview.
+    QTest::keyClick(&f.editor, Qt::Key_End);
+    QTRY_COMPARE(f.editor.viewport()->grab(below).toImage(), plain);
 }
 
 QTEST_MAIN(TestCodeEditor)

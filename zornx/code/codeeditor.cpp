@@ -1234,12 +1234,15 @@ void CodeEditor::paintEvent(QPaintEvent *event)
                 if (!box.isEmpty())
                     foldMarks.append({box, cursor.selectionStart() <= next.position()
                                                && cursor.selectionEnd() > next.position()});
-                if (next.blockNumber() == d->hoverFoldLine) {
-                    preview = true;
-                    previewLineWidth = layout->lineAt(0).width();
-                    previewPos = QPointF(offset.x(), offset.y() + rect.height() + 1);
-                }
             }
+        }
+        // The preview may reach into the painted area from a header above it.
+        if (d->hoverFoldLine >= 0 && block.next().blockNumber() == d->hoverFoldLine
+            && !block.next().isVisible()
+            && layout->lineCount() > 0) {
+            preview = true;
+            previewLineWidth = layout->lineAt(0).width();
+            previewPos = QPointF(offset.x(), offset.y() + rect.height() + 1);
         }
         offset.ry() += rect.height();
         if (offset.y() > viewportRect.height())
