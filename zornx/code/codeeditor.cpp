@@ -852,6 +852,7 @@ CodeEditor::CodeEditor(QWidget *parent) : QPlainTextEdit(parent), d(new CodeEdit
 
 CodeEditor::~CodeEditor()
 {
+    delete d->extraArea; // before the private object that its events go to
     delete d;
 }
 

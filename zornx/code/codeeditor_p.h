@@ -1,6 +1,7 @@
 #ifndef ZORNX_CODE_CODEEDITOR_P_H
 #define ZORNX_CODE_CODEEDITOR_P_H
 
+#include <zornx/code/codedocument.h>
 #include <zornx/code/codeeditor.h>
 
 #include <QtCore/QBasicTimer>
@@ -84,7 +85,7 @@ public:
     void currentLineSteps();
 
     CodeEditor *q;
-    CodeDocument *document = nullptr;
+    QPointer<CodeDocument> document;
     QCompleter *completer = nullptr;
     QMap<QString, QStringListModel *> models;
     CodeEditor::SyntaxFormatting formatting;
