@@ -580,9 +580,10 @@ void TestCodeEditor::marksFollowEdits()
     QFETCH(int, removed);
     QFETCH(QString, added);
     QFETCH(int, line);
+    TestCodeMark markOnFour, markOnSix; // the engine module's: they outlive the document
+    TestCodeMark *mark = &markOnFour;
+    TestCodeMark *last = &markOnSix;
     Fixture f(QStringLiteral("a = 1\nb = 2\nc = 3\nd = 4\ne = 5\nf = 6"));
-    auto *mark = new TestCodeMark;
-    auto *last = new TestCodeMark;
     QVERIFY(f.document->addMark(mark, 4));
     QVERIFY(f.document->addMark(last, 6));
     QTextCursor cursor(f.document);
