@@ -519,9 +519,14 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
     reformatting = true;
     const bool highlight = document->hasSyntaxHighlight();
 
-    QTextBlock endBlock = document->findBlock(from + charsAdded + (charsRemoved > 0 ? 1 : 0));
+    QTextBlock endBlock = document->findBlock(from + charsAdded);
     if (!endBlock.isValid())
         endBlock = document->lastBlock();
+    // A removal may have joined lines, and the joined line keeps the state or the depth of
+    // only one of them: the first line behind it, parsed after the lines removed, is parsed
+    // too, and compared with what it had.
+    if (charsRemoved > 0 && endBlock.next().isValid())
+        endBlock = endBlock.next();
     const int endPosition = endBlock.position() + endBlock.length();
 
     cachedBlock = QTextBlock();
@@ -534,6 +539,8 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
         const CodeBlockData *known = CodeBlockData::testBlockData(block);
         const int oldState =
             first || (known && known->d->stated) ? block.userState() : previousOldState;
+        // A new line has no depth yet: the one behind it is parsed too.
+        const int oldIndent = known ? int(known->d->foldingIndent) : -1;
         first = false;
         previousOldState = oldState;
         currentBlock = block;
@@ -543,7 +550,11 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
         currentBlock = QTextBlock();
         if (reparsePending || rehighlightPending)
             break;
-        force = block.userState() != oldState;
+        // The depth of folding ripples as the state does: a section whose kind leaves the
+        // state alone still moves the lines below it.
+        const CodeBlockData *parsed = CodeBlockData::testBlockData(block);
+        force = block.userState() != oldState
+                || (parsed && int(parsed->d->foldingIndent) != oldIndent);
         block = block.next();
     }
     cachedBlock = QTextBlock();
