@@ -171,7 +171,7 @@ private Q_SLOTS:
         QVERIFY(waitForName(*doc));
         QCOMPARE(doc->fileName(), QString("/a.def"));
         QCOMPARE(archive.files.value("/a.def"), QByteArray("[Data]\r\nx = 10\r\ny = 2\r\nz = 3\r\n"));
-        QVERIFY(!doc->isModified());
+        QVERIFY(doc->isModified()); // "y = 20" is in no file yet
         const int saved = doc->findBlockByNumber(0).revision();
         QVERIFY(doc->findBlockByNumber(1).revision() < 0);     // changed and saved
         QVERIFY(doc->findBlockByNumber(2).revision() > saved); // changed during the save
@@ -181,15 +181,24 @@ private Q_SLOTS:
         QVERIFY(doc->toFile(archive, "/b.def", 0, nullptr));
         QCOMPARE(doc->fileName(), QString("/b.def"));
         QVERIFY(doc->findBlockByNumber(2).revision() < 0);
+        QVERIFY(!doc->isModified());
         // A copy leaves the name alone.
         QVERIFY(doc->toFile(archive, "/c.def", ProjectFile::Copy | ProjectFile::SaveInBackground,
                             nullptr));
         QCOMPARE(doc->fileName(), QString("/b.def"));
-        doc->release(); // the last reference: the document ends and commits first
+        edit(3, "z = 30");
+        QVERIFY(doc->toFile(archive, "/d.def", ProjectFile::SaveInBackground, nullptr));
+        // The last reference: the save ends while the document is whole, and commits first.
+        QStringList endedAs;
+        connect(doc, &QTextDocument::modificationChanged,
+                [&] { endedAs << doc->metaObject()->className(); });
+        doc->release();
+        QCOMPARE(endedAs, QStringList("ZornTest::TestCodeDocument"));
         const QByteArray now("[Data]\r\nx = 10\r\ny = 20\r\nz = 3\r\n");
         QCOMPARE(archive.files.value("/a.def"), now);
         QCOMPARE(archive.files.value("/b.def"), now);
         QCOMPARE(archive.files.value("/c.def"), now);
+        QCOMPARE(archive.files.value("/d.def"), QByteArray(now).replace("z = 3", "z = 30"));
         QCoreApplication::processEvents(); // nothing is left queued for the gone document
     }
 

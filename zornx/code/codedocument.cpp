@@ -893,7 +893,11 @@ CodeDocument::CodeDocument(short fileType)
 
 CodeDocument::~CodeDocument()
 {
-    d->waitForSave(); // and commit its file
+    // What is left of the document tells nothing to anyone: a save still running commits
+    // its file, and the clearing below is no edit.
+    blockSignals(true);
+    d->closing = true;
+    d->waitForSave();
     QList<CodeNodeFile *> files;
     for (CodeNodeFile *file : qAsConst(d->nodeFiles))
         if (!files.contains(file))
@@ -921,6 +925,7 @@ CodeDocument::~CodeDocument()
     disconnect(this, nullptr, d, nullptr);
     delete d;
     d = nullptr;
+    blockSignals(false); // destroyed() is still to come
 }
 
 void CodeDocument::setVersion(unsigned int version)
@@ -1020,6 +1025,9 @@ void CodeDocument::childChanged(CodeNode *node)
 
 void CodeDocument::release()
 {
+    // A save still running ends while the document is whole.
+    if (refCount() == 1)
+        d->waitForSave();
     // The last reference but those of the node files: the files go, and with the last of
     // them the document.
     if (refCount() == 1) {
