@@ -1,5 +1,7 @@
+#include "dialogresponder.h"
 #include "memoryarchive.h"
 #include "testcode.h"
+#include "testinterface.h"
 
 #include <zornx/code/textcodecs.h>
 
@@ -9,8 +11,10 @@
 #include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <sys/resource.h>
 
 using namespace Zorn;
 using ZornTest::MemoryArchive;
@@ -48,6 +52,27 @@ int childSaver(const QString &name)
     if (!doc.toFile(FileSystemArchive::instance(), name, ProjectFile::SaveInBackground, nullptr))
         return 2;
     return waitForName(doc) ? 0 : 3;
+}
+
+// Saves a text larger than the file-size limit over the file, and prints what the document
+// made of the refusal.
+int childLimitedSaver(const QString &name, bool background)
+{
+    TestCodeDocument doc;
+    if (!doc.fromFile(FileSystemArchive::instance(), name, 0, nullptr))
+        return 2;
+    QTextCursor(&doc).insertText(childText());
+    std::signal(SIGXFSZ, SIG_IGN); // the write fails with EFBIG instead
+    const rlimit limit = {64 * 1024, 64 * 1024};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    ZornTest::TestJob job("save");
+    const bool result = doc.toFile(FileSystemArchive::instance(), name,
+                                   background ? ProjectFile::SaveInBackground : 0, &job);
+    if (background && !waitForName(doc))
+        return 3;
+    std::printf("%d %d %d %s\n", int(result), int(doc.isModified()), int(doc.fileName() == name),
+                qPrintable(job.errors.join('|')));
+    return 0;
 }
 
 } // namespace
@@ -260,6 +285,93 @@ private Q_SLOTS:
         QCOMPARE(doc.toPlainText(), QString("[Data]\nlife = 1000\npower = x3\n"));
     }
 
+    void refusedWriteKeepsOldFile_data()
+    {
+        QTest::addColumn<bool>("background");
+        QTest::newRow("on this thread") << false;
+        QTest::newRow("in the background") << true;
+    }
+
+    // A disk that takes only part of the text: the old file stays byte for byte, nothing is
+    // left beside it, and the document stays modified under its name and says so.
+    void refusedWriteKeepsOldFile()
+    {
+        QFETCH(bool, background);
+        QTemporaryDir dir;
+        const QString name = dir.path() + "/full.def";
+        const QByteArray old = "[Data]\r\nx = 1\r\n";
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(old);
+        file.close();
+        QProcess child;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        child.setProcessEnvironment(env);
+        child.start(QCoreApplication::applicationFilePath(),
+                    {"--limited-saver", name, background ? "1" : "0"});
+        QVERIFY(child.waitForFinished(30000));
+        QCOMPARE(child.exitCode(), 0);
+        const QString expected =
+            QString("%1 1 1 Can't save file '%2'!\n").arg(background ? 1 : 0).arg(name);
+        QCOMPARE(QString::fromLocal8Bit(child.readAllStandardOutput()), expected);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), old);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList("full.def"));
+    }
+
+    void ownSavesNeverReload_data()
+    {
+        QTest::addColumn<QString>("saves"); // s: on this thread, b: in the background
+        QTest::addColumn<int>("reloadOption");
+        for (const char *saves : {"sb", "bb", "sbb", "bsb"}) {
+            QTest::newRow(qPrintable(QString("%1, reload").arg(saves))) << QString(saves) << 1;
+            QTest::newRow(qPrintable(QString("%1, ask").arg(saves))) << QString(saves) << 0;
+        }
+    }
+
+    // However many saves of whatever kind run before their notifications arrive, the document
+    // neither reloads nor asks, and keeps what was typed between and after them.
+    void ownSavesNeverReload()
+    {
+        QFETCH(QString, saves);
+        QFETCH(int, reloadOption);
+        ZornTest::TestInterface host;
+        host.options["enable_file_watcher"] = true;
+        host.options["showmsg_reload_file"] = reloadOption;
+        ZornTest::DialogResponder responder;
+        responder.answer(QMessageBox::Yes);
+        QTemporaryDir dir;
+        const QString name = dir.path() + "/own.def";
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[Data]\r\n");
+        file.close();
+        TestCodeDocument doc;
+        QVERIFY(doc.fromFile(FileSystemArchive::instance(), name, 0, nullptr));
+        auto type = [&](const QString &text) {
+            QTextCursor cursor(&doc);
+            cursor.movePosition(QTextCursor::End);
+            cursor.insertText(text + "\n");
+        };
+        for (const QChar kind : saves) {
+            type("# " + QString(kind));
+            const unsigned int flags = kind == 'b' ? ProjectFile::SaveInBackground : 0;
+            QVERIFY(doc.toFile(FileSystemArchive::instance(), name, flags, nullptr));
+        }
+        type("# after");
+        QVERIFY(waitForName(doc));
+        QTest::qWait(300); // the notifications arrive
+        QVERIFY(doc.toPlainText().endsWith("# after\n"));
+        QVERIFY(doc.isModified());
+        QVERIFY(responder.seen.isEmpty());
+        // A change from outside still reaches the document.
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Append));
+        file.write("; outside\r\n");
+        file.close();
+        QTRY_VERIFY(doc.toPlainText().endsWith("; outside\n"));
+    }
+
     // A background save killed anywhere leaves the old file or the whole new one.
     void killedSaveKeepsOldFile()
     {
@@ -300,6 +412,8 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     if (argc == 3 && std::strcmp(argv[1], "--child-saver") == 0)
         return childSaver(QString::fromLocal8Bit(argv[2]));
+    if (argc == 4 && std::strcmp(argv[1], "--limited-saver") == 0)
+        return childLimitedSaver(QString::fromLocal8Bit(argv[2]), argv[3][0] == '1');
     tst_CodeFile test;
     return QTest::qExec(&test, argc, argv);
 }
