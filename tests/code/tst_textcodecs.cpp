@@ -4,6 +4,9 @@
 #include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
+#include <atomic>
+#include <thread>
+
 using Zorn::TextCodecs;
 
 namespace {
@@ -71,10 +74,23 @@ private Q_SLOTS:
 
     void cleanup() { TextCodecs::setDefaultCodec(0); }
 
+    // A host's later calls change nothing, not even under a worker that encodes meanwhile.
     void idsStayAcrossInitialize()
     {
         const QStringList before = snapshot();
-        TextCodecs::initialize();
+        const int utf8 = TextCodecs::index("UTF-8");
+        const QString text = QString::fromUtf8(french);
+        std::atomic<bool> stop(false);
+        int wrong = 0;
+        std::thread worker([&] {
+            while (!stop)
+                wrong += TextCodecs::stringToData(text, utf8) != text.toUtf8();
+        });
+        for (int i = 0; i < 300; ++i)
+            TextCodecs::initialize();
+        stop = true;
+        worker.join();
+        QCOMPARE(wrong, 0);
         QCOMPARE(snapshot(), before);
     }
 

@@ -857,22 +857,11 @@ void CodeDocumentPrivate::resumeModel()
 // ---------------------------------------------------------------------------------------------
 // CodeDocument
 
-namespace {
-
-int utf8CodecId()
-{
-    if (TextCodecs::count() == 0)
-        TextCodecs::initialize();
-    return TextCodecs::index("UTF-8");
-}
-
-} // namespace
-
 CodeDocument::CodeDocument(short fileType)
     : QTextDocument(nullptr), rootNode(this, fileType), d(new CodeDocumentPrivate(this))
 {
     auto *codec = new CodeDocumentUserData;
-    codec->codecId = utf8CodecId();
+    codec->codecId = TextCodecs::index("UTF-8");
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     setUserData(CodeDocumentUserDataId, codec);
