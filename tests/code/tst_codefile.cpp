@@ -140,6 +140,25 @@ private Q_SLOTS:
         QVERIFY(doc.isModified() && doc.fileName() == "/bg.def");
     }
 
+    // A byte order mark comes back only where there was one: a UTF-16 file without one,
+    // read in the codec chosen for it, is written back without one.
+    void noMarkWhereThereWasNone()
+    {
+        QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
+        const QString text = "[Info]\r\nname = \"é\"\r\n";
+        const QByteArray bytes =
+            QTextCodec::codecForName("UTF-16LE")->fromUnicode(text.constData(), text.size(), &state);
+        MemoryArchive archive;
+        archive.files.insert("/le.def", bytes);
+        TestCodeDocument doc;
+        QVERIFY(doc.fromFile(archive, "/le.def", 0, nullptr));
+        doc.setCodec("UTF-16LE");
+        doc.reload();
+        QCOMPARE(doc.toPlainText(), QString(text).remove('\r'));
+        QVERIFY(doc.toFile(archive, "/le.def", 0, nullptr));
+        QCOMPARE(archive.files.value("/le.def"), bytes);
+    }
+
     void tabs_data()
     {
         QTest::addColumn<bool>("load"); // expand on load, else blanks to tabs on save
