@@ -168,6 +168,11 @@ QList<CodeMark *> CodeBlockData::marks() const
 
 QList<CodeLink *> CodeBlockData::links() const
 {
+    const int base = d->block.position();
+    for (int i = 0; i < d->links.size(); ++i) {
+        d->links.at(i)->start = base + d->linkOffsets.at(i).first;
+        d->links.at(i)->end = base + d->linkOffsets.at(i).second;
+    }
     return d->links;
 }
 
@@ -498,6 +503,8 @@ void CodeDocumentPrivate::addLink(CodeLink *link)
         return;
     }
     currentData->links.append(link);
+    const int base = currentBlock.position();
+    currentData->linkOffsets.append(qMakePair(link->start - base, link->end - base));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -592,6 +599,7 @@ void CodeDocumentPrivate::clearRecord(CodeBlockDataPrivate *record)
     record->parenthesis.clear();
     qDeleteAll(record->links);
     record->links.clear();
+    record->linkOffsets.clear();
     record->parsed = false;
 }
 

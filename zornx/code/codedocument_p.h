@@ -39,6 +39,9 @@ public:
     QTextBlock block;
     QList<CodeMark *> marks;
     QList<CodeLink *> links; // owned
+    // Where each link lies in the line: the lines below an edit are not parsed again, and
+    // their links move with them.
+    QVector<QPair<int, int>> linkOffsets;
     QVector<CodeBlockData::SyntaxMessage> messages;
     QVector<CodeBlockData::Parenthesis> parenthesis;
     // The block's state has been set by a parse. A block that a split has just made starts
