@@ -125,8 +125,8 @@ private Q_SLOTS:
         QTest::newRow("utf-8") << (fr + ru + ja).toUtf8() << fr + ru + ja << QStringList{"UTF-8"};
         QTest::newRow("utf-8 bom") << QByteArray("\xEF\xBB\xBF") + fr.toUtf8() << fr
                                    << QStringList{"UTF-8"};
-        // Qt's UTF-16 codecs of one byte order keep the mark as U+FEFF, so that it is written
-        // back on save; the UTF-8 codec drops it.
+        // Qt's UTF-16 codecs write a mark of their own: the codec drops the first, and the
+        // second stays as U+FEFF (a document drops that one too).
         const QString mark(QChar::ByteOrderMark);
         QTest::newRow("utf-16le bom") << QByteArray("\xFF\xFE") + encode("UTF-16LE", ru)
                                       << mark + ru << QStringList{"UTF-16LE"};
