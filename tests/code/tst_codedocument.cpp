@@ -200,33 +200,6 @@ private Q_SLOTS:
         QCOMPARE(parser.calls, 20); // the 19 lines left of the section, then the next header
     }
 
-    // Removals over several lines, starting and ending inside a line: the lines behind them
-    // were parsed after the lines removed, whatever the joined line says now.
-    void joinsReachTheLinesBehind_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("from"); // the removal runs from behind this text...
-        QTest::addColumn<QString>("to");   // ...to in front of this one
-        QTest::newRow("header of another state")
-            << "a = 1\n[Data]\nb = 2\n; c\nd = x" << "a = " << "2\n; c";
-        QTest::newRow("header of the same state")
-            << "a = 1\n[Plain]\nb = 2\n; c\nd = x" << "a = " << "2\n; c";
-    }
-
-    void joinsReachTheLinesBehind()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, from);
-        QFETCH(QString, to);
-        TestCodeDocument doc;
-        doc.setPlainText(text);
-        QTextCursor cursor(&doc);
-        cursor.setPosition(text.indexOf(from) + from.size());
-        cursor.setPosition(text.indexOf(to), QTextCursor::KeepAnchor);
-        cursor.removeSelectedText();
-        QCOMPARE(ZornTest::describeDocument(&doc), fresh(doc.toPlainText()));
-    }
-
     void keptAndReplacedNodes()
     {
         TestCodeDocument doc;
