@@ -168,6 +168,11 @@ QList<CodeMark *> CodeBlockData::marks() const
 
 QList<CodeLink *> CodeBlockData::links() const
 {
+    const int base = d->block.position();
+    for (int i = 0; i < d->links.size(); ++i) {
+        d->links.at(i)->start = base + d->linkOffsets.at(i).first;
+        d->links.at(i)->end = base + d->linkOffsets.at(i).second;
+    }
     return d->links;
 }
 
@@ -498,6 +503,8 @@ void CodeDocumentPrivate::addLink(CodeLink *link)
         return;
     }
     currentData->links.append(link);
+    const int base = currentBlock.position();
+    currentData->linkOffsets.append(qMakePair(link->start - base, link->end - base));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -519,9 +526,14 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
     reformatting = true;
     const bool highlight = document->hasSyntaxHighlight();
 
-    QTextBlock endBlock = document->findBlock(from + charsAdded + (charsRemoved > 0 ? 1 : 0));
+    QTextBlock endBlock = document->findBlock(from + charsAdded);
     if (!endBlock.isValid())
         endBlock = document->lastBlock();
+    // A removal may have joined lines, and the joined line keeps the state or the depth of
+    // only one of them: the first line behind it, parsed after the lines removed, is parsed
+    // too, and compared with what it had.
+    if (charsRemoved > 0 && endBlock.next().isValid())
+        endBlock = endBlock.next();
     const int endPosition = endBlock.position() + endBlock.length();
 
     cachedBlock = QTextBlock();
@@ -534,6 +546,8 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
         const CodeBlockData *known = CodeBlockData::testBlockData(block);
         const int oldState =
             first || (known && known->d->stated) ? block.userState() : previousOldState;
+        // A new line has no depth yet: the one behind it is parsed too.
+        const int oldIndent = known ? int(known->d->foldingIndent) : -1;
         first = false;
         previousOldState = oldState;
         currentBlock = block;
@@ -543,7 +557,11 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
         currentBlock = QTextBlock();
         if (reparsePending || rehighlightPending)
             break;
-        force = block.userState() != oldState;
+        // The depth of folding ripples as the state does: a section whose kind leaves the
+        // state alone still moves the lines below it.
+        const CodeBlockData *parsed = CodeBlockData::testBlockData(block);
+        force = block.userState() != oldState
+                || (parsed && int(parsed->d->foldingIndent) != oldIndent);
         block = block.next();
     }
     cachedBlock = QTextBlock();
@@ -581,6 +599,7 @@ void CodeDocumentPrivate::clearRecord(CodeBlockDataPrivate *record)
     record->parenthesis.clear();
     qDeleteAll(record->links);
     record->links.clear();
+    record->linkOffsets.clear();
     record->parsed = false;
 }
 
@@ -846,22 +865,11 @@ void CodeDocumentPrivate::resumeModel()
 // ---------------------------------------------------------------------------------------------
 // CodeDocument
 
-namespace {
-
-int utf8CodecId()
-{
-    if (TextCodecs::count() == 0)
-        TextCodecs::initialize();
-    return TextCodecs::index("UTF-8");
-}
-
-} // namespace
-
 CodeDocument::CodeDocument(short fileType)
     : QTextDocument(nullptr), rootNode(this, fileType), d(new CodeDocumentPrivate(this))
 {
     auto *codec = new CodeDocumentUserData;
-    codec->codecId = utf8CodecId();
+    codec->codecId = TextCodecs::index("UTF-8");
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     setUserData(CodeDocumentUserDataId, codec);
@@ -882,7 +890,11 @@ CodeDocument::CodeDocument(short fileType)
 
 CodeDocument::~CodeDocument()
 {
-    d->waitForSave(); // and commit its file
+    // What is left of the document tells nothing to anyone: a save still running commits
+    // its file, and the clearing below is no edit.
+    blockSignals(true);
+    d->closing = true;
+    d->waitForSave();
     QList<CodeNodeFile *> files;
     for (CodeNodeFile *file : qAsConst(d->nodeFiles))
         if (!files.contains(file))
@@ -910,6 +922,7 @@ CodeDocument::~CodeDocument()
     disconnect(this, nullptr, d, nullptr);
     delete d;
     d = nullptr;
+    blockSignals(false); // destroyed() is still to come
 }
 
 void CodeDocument::setVersion(unsigned int version)
@@ -1009,6 +1022,9 @@ void CodeDocument::childChanged(CodeNode *node)
 
 void CodeDocument::release()
 {
+    // A save still running ends while the document is whole.
+    if (refCount() == 1)
+        d->waitForSave();
     // The last reference but those of the node files: the files go, and with the last of
     // them the document.
     if (refCount() == 1) {

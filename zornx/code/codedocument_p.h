@@ -21,9 +21,9 @@ class CodeDocumentUserData : public QObjectUserData
 {
 public:
     int codecId = 0;
-    // The file began with a UTF-8 byte order mark, which the codec drops: saves in UTF-8
-    // write it again.
-    bool utf8Bom = false;
+    // The file began with a byte order mark, which the codecs drop: saves in a Unicode
+    // codec write it again, and only then.
+    bool bom = false;
 };
 
 enum { CodeDocumentUserDataId = 0xC0DE };
@@ -40,6 +40,9 @@ public:
     QTextBlock block;
     QList<CodeMark *> marks;
     QList<CodeLink *> links; // owned
+    // Where each link lies in the line: the lines below an edit are not parsed again, and
+    // their links move with them.
+    QVector<QPair<int, int>> linkOffsets;
     QVector<CodeBlockData::SyntaxMessage> messages;
     QVector<CodeBlockData::Parenthesis> parenthesis;
     // The block's state has been set by a parse. A block that a split has just made starts
@@ -115,6 +118,10 @@ public:
     int savedRevision = 0;
     // The document's revision when the running save took its text.
     int snapshotRevision = 0;
+    // The name that the running save holds back; a failed save gives it back.
+    QString heldName;
+    // The document is going: a save that ends now only finishes its file.
+    bool closing = false;
 
     // The last record of the chain of lines with messages: a pass that goes down the
     // document appends there without a walk.
