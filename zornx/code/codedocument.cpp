@@ -11,6 +11,8 @@
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QPlainTextDocumentLayout>
 
+#include <algorithm>
+
 namespace Zorn {
 
 namespace {
@@ -331,36 +333,58 @@ Message CodeDocumentPrivate::at(unsigned int index, Message::Type type) const
 {
     if (type == Message::Information)
         return Message();
-    for (const CodeBlockDataPrivate *record = firstWithMessages; record;
-         record = record->nextWithMessages) {
+    auto wanted = [type](const CodeBlockData::SyntaxMessage &message) {
+        return type == Message::All || (type == Message::Error) == (message.type == 0);
+    };
+    // A view asks row after row: go on from the record of the last answer rather than from
+    // the head of the chain.
+    const CodeBlockDataPrivate *record = firstWithMessages;
+    unsigned int before = 0; // wanted messages in the records before record
+    if (readRecord && readType == type && readFirst <= index) {
+        record = readRecord;
+        before = readFirst;
+    }
+    for (; record; record = record->nextWithMessages) {
+        unsigned int rest = index - before;
         for (const CodeBlockData::SyntaxMessage &message : record->messages) {
-            const bool wanted =
-                type == Message::All || (type == Message::Error) == (message.type == 0);
-            if (!wanted || index-- > 0)
+            if (!wanted(message) || rest-- > 0)
                 continue;
+            readRecord = record;
+            readType = type;
+            readFirst = before;
             return Message(message.type == 0 ? Message::Error : Message::Warning,
                            unsigned(record->block.blockNumber()), unsigned(qMax(message.start, 0)),
                            message.text);
         }
+        before += unsigned(std::count_if(record->messages.cbegin(), record->messages.cend(), wanted));
     }
     return Message();
+}
+
+int CodeDocumentPrivate::rowOf(const CodeBlockDataPrivate *record) const
+{
+    if (touchedRecord == record)
+        return touchedRow;
+    if (touchedRecord && touchedRecord->nextWithMessages == record)
+        return touchedRow + touchedRecord->messages.size();
+    int row = 0;
+    for (const CodeBlockDataPrivate *walk = firstWithMessages; walk != record;
+         walk = walk->nextWithMessages)
+        row += walk->messages.size();
+    return row;
 }
 
 void CodeDocumentPrivate::removeMessages(CodeBlockDataPrivate *record)
 {
     if (record->messages.isEmpty())
         return;
-    int row = 0;
-    CodeBlockDataPrivate *before = nullptr;
-    CodeBlockDataPrivate *walk = firstWithMessages;
-    for (; walk && walk != record; walk = walk->nextWithMessages) {
-        row += walk->messages.size();
-        before = walk;
-    }
-    if (!walk) { // not in the chain: nothing is shown of it
+    if (record != firstWithMessages && !record->previousWithMessages) {
+        // not in the chain: nothing is shown of it
         record->messages.clear();
         return;
     }
+    const int row = rowOf(record);
+    readRecord = nullptr;
     beginRemoveRows(QModelIndex(), row, row + record->messages.size() - 1);
     for (const CodeBlockData::SyntaxMessage &message : qAsConst(record->messages)) {
         if (message.type == 0)
@@ -368,32 +392,50 @@ void CodeDocumentPrivate::removeMessages(CodeBlockDataPrivate *record)
         else
             --warningCount;
     }
+    CodeBlockDataPrivate *before = record->previousWithMessages;
+    CodeBlockDataPrivate *after = record->nextWithMessages;
     if (before)
-        before->nextWithMessages = record->nextWithMessages;
+        before->nextWithMessages = after;
     else
-        firstWithMessages = record->nextWithMessages;
-    if (lastWithMessages == record)
+        firstWithMessages = after;
+    if (after)
+        after->previousWithMessages = before;
+    else
         lastWithMessages = before;
     record->nextWithMessages = nullptr;
+    record->previousWithMessages = nullptr;
     record->messages.clear();
+    // The rows in front are where they were.
+    touchedRecord = before;
+    touchedRow = before ? row - before->messages.size() : 0;
     endRemoveRows();
 }
 
 void CodeDocumentPrivate::insertMessages(CodeBlockDataPrivate *record)
 {
     const int number = record->block.blockNumber();
+    auto isBefore = [number](const CodeBlockDataPrivate *other) {
+        return other->block.blockNumber() < number;
+    };
     CodeBlockDataPrivate *before = nullptr;
     int row = 0;
-    if (lastWithMessages && lastWithMessages->block.blockNumber() < number) {
+    if (lastWithMessages && isBefore(lastWithMessages)) {
         before = lastWithMessages;
         row = int(count(Message::All));
+    } else if (touchedRecord && isBefore(touchedRecord)
+               && !(touchedRecord->nextWithMessages
+                    && isBefore(touchedRecord->nextWithMessages))) {
+        // Next to the record a pass touched last, as a pass down the document inserts.
+        before = touchedRecord;
+        row = touchedRow + touchedRecord->messages.size();
     } else {
-        for (CodeBlockDataPrivate *walk = firstWithMessages;
-             walk && walk->block.blockNumber() < number; walk = walk->nextWithMessages) {
+        for (CodeBlockDataPrivate *walk = firstWithMessages; walk && isBefore(walk);
+             walk = walk->nextWithMessages) {
             before = walk;
             row += walk->messages.size();
         }
     }
+    readRecord = nullptr;
     // The counters rise with the rows, so that the model's size and its rows agree at
     // every signal.
     beginInsertRows(QModelIndex(), row, row + pendingMessages.size() - 1);
@@ -405,15 +447,19 @@ void CodeDocumentPrivate::insertMessages(CodeBlockDataPrivate *record)
         else
             ++warningCount;
     }
-    if (before) {
-        record->nextWithMessages = before->nextWithMessages;
+    CodeBlockDataPrivate *after = before ? before->nextWithMessages : firstWithMessages;
+    record->previousWithMessages = before;
+    record->nextWithMessages = after;
+    if (before)
         before->nextWithMessages = record;
-    } else {
-        record->nextWithMessages = firstWithMessages;
+    else
         firstWithMessages = record;
-    }
-    if (!record->nextWithMessages)
+    if (after)
+        after->previousWithMessages = record;
+    else
         lastWithMessages = record;
+    touchedRecord = record;
+    touchedRow = row;
     endInsertRows();
 }
 
@@ -708,8 +754,16 @@ void CodeDocumentPrivate::computeFoldingIndent(const QTextBlock &block,
     }
     record->foldingIndent = unsigned(qMax(indent, 0));
 
-    // Comments and blanks in front of this line fold with it.
-    for (QTextBlock walk = block.previous(); walk.isValid(); walk = walk.previous()) {
+    // Comments and blanks in front of this line fold with it. A line without a node, parsed
+    // just before in this pass, has given its depth to those in front of it already: when
+    // that depth is this one, so is theirs (this keeps a pass over a long run linear).
+    const QTextBlock before = block.previous();
+    if (cachedBlock.isValid() && before == cachedBlock) {
+        const CodeBlockData *data = CodeBlockData::testBlockData(before);
+        if (data && !data->d->node && data->d->foldingIndent == record->foldingIndent)
+            return;
+    }
+    for (QTextBlock walk = before; walk.isValid(); walk = walk.previous()) {
         CodeBlockData *data = CodeBlockData::testBlockData(walk);
         if (data && data->d->node)
             break;

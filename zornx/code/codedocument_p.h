@@ -41,6 +41,8 @@ public:
     QList<CodeLink *> links; // owned
     QVector<CodeBlockData::SyntaxMessage> messages;
     QVector<CodeBlockData::Parenthesis> parenthesis;
+    // The record before this one in the chain of lines with messages, for an unlink in place.
+    CodeBlockDataPrivate *previousWithMessages = nullptr;
     // The block's state has been set by a parse. A block that a split has just made starts
     // with the state -1, which tells nothing about the lines behind it.
     bool stated = false;
@@ -118,6 +120,17 @@ public:
     // The last record of the chain of lines with messages: a pass that goes down the
     // document appends there without a walk.
     CodeBlockDataPrivate *lastWithMessages = nullptr;
+    // The record of the chain changed last (or the one in front of a removal) and the row of
+    // its first message: a pass going down the document removes and inserts next to it.
+    CodeBlockDataPrivate *touchedRecord = nullptr;
+    int touchedRow = 0;
+    // The record of the last message read through at(), the filter of that read, and the
+    // number of messages passing the filter in front of the record.
+    mutable const CodeBlockDataPrivate *readRecord = nullptr;
+    mutable Message::Type readType = Message::All;
+    mutable unsigned int readFirst = 0;
+    // The row of the first message of a record in the chain.
+    int rowOf(const CodeBlockDataPrivate *record) const;
     // The block parsed last in the running pass, and the node that the next block's
     // insertion point starts from; spares each line a walk back over lines without nodes.
     QTextBlock cachedBlock;

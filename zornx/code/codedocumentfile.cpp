@@ -147,21 +147,23 @@ void CodeDocumentPrivate::callDocSaveFinished(Archive *archive, QIODevice *file,
 
 void expandTabs(QString &text)
 {
+    if (!text.contains(QLatin1Char('\t')))
+        return;
+    // Into a new string in one pass: an insert per tab would move the rest of the text each time.
+    QString out;
+    out.reserve(text.size() + text.size() / 8);
     int column = 0;
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
+    for (const QChar c : qAsConst(text)) {
         if (c == QLatin1Char('\t')) {
-            const int extra = 3 - column % 4;
-            text[i] = QLatin1Char(' ');
-            text.insert(i + 1, QString(extra, QLatin1Char(' ')));
-            i += extra;
-            column += extra + 1;
-        } else if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
-            column = 0;
+            do
+                out.append(QLatin1Char(' '));
+            while (++column % 4);
         } else {
-            ++column;
+            out.append(c);
+            column = c == QLatin1Char('\r') || c == QLatin1Char('\n') ? 0 : column + 1;
         }
     }
+    text = out;
 }
 
 void CodeDocument::setFileName(const QString &name)

@@ -266,6 +266,7 @@ public:
 private:
     QList<ValueCode *> valueList; // not owned
     unsigned int groupSubType;
+    mutable int lastRow = 0; // where childIndex starts looking
 };
 
 // The root of a tree, and the one-column model of it.
