@@ -15,6 +15,7 @@
 #include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
+#include <QtWidgets/QPlainTextDocumentLayout>
 
 namespace Zorn {
 
@@ -130,6 +131,32 @@ void updateRevisions(CodeDocument *document, int &savedRevision, int snapshotRev
     }
 }
 
+// Lays out the longest line of text, just set as the document's text. The plain text layout
+// measures every line of the document again whenever its widest laid-out line shrinks; with
+// no view, the line being edited would be the only one laid out, and so the widest, and each
+// edit that shortens it would cost a walk over the whole document.
+void layOutLongestLine(CodeDocument *document, const QString &text)
+{
+    auto *layout = qobject_cast<QPlainTextDocumentLayout *>(document->documentLayout());
+    if (!layout)
+        return;
+    int longest = 0, longestLength = -1, line = 0, start = 0;
+    for (;;) {
+        int end = text.indexOf(QLatin1Char('\n'), start);
+        if (end < 0)
+            end = text.size();
+        if (end - start > longestLength) {
+            longest = line;
+            longestLength = end - start;
+        }
+        if (end == text.size())
+            break;
+        start = end + 1;
+        ++line;
+    }
+    layout->ensureBlockLayout(document->findBlockByNumber(longest));
+}
+
 } // namespace
 
 void CodeDocumentPrivate::waitForSave()
@@ -187,6 +214,7 @@ void CodeDocument::fromString(const QString &text)
         expandTabs(copy);
     d->suspendModel();
     setPlainText(copy);
+    layOutLongestLine(this, copy);
     setFileName(QString());
     markRevisions(this, d->savedRevision);
     setModified(false);
@@ -235,6 +263,7 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, un
     d->suspendModel();
     ++d->updateDepth;
     setPlainText(text);
+    layOutLongestLine(this, text);
     d->endUpdate();
     d->modelEnabled = option(modelKey, true).toBool();
     d->resumeModel();
