@@ -111,6 +111,7 @@ CodeBlockData::~CodeBlockData()
     qDeleteAll(d->links);
     d->links.clear();
     if (document) {
+        ++document->nodeLines; // the line has gone
         document->removeMessages(d);
         if (document->currentData == d)
             document->currentData = nullptr;
@@ -631,12 +632,14 @@ void CodeDocumentPrivate::clearRecord(CodeBlockDataPrivate *record)
 }
 
 CodeNode *CodeDocumentPrivate::insertionPoint(const QTextBlock &block,
-                                              CodeNode **previousNode) const
+                                              CodeNode **previousNode)
 {
     CodeNode *found = nullptr;
     const QTextBlock before = block.previous();
     if (cachedBlock.isValid() && before == cachedBlock) {
         found = cachedPrevious;
+    } else if (block == rememberedBlock && rememberedLines == nodeLines) {
+        found = rememberedPrevious; // no line has changed its node since
     } else {
         for (QTextBlock walk = before; walk.isValid(); walk = walk.previous()) {
             const CodeBlockData *data = CodeBlockData::testBlockData(walk);
@@ -646,6 +649,9 @@ CodeNode *CodeDocumentPrivate::insertionPoint(const QTextBlock &block,
             }
         }
     }
+    rememberedBlock = block;
+    rememberedPrevious = found;
+    rememberedLines = nodeLines;
     *previousNode = found;
     CodeNode *point = found ? found : &document->rootNode;
     // Nodes without a block of their own belong to the line before them.
@@ -666,6 +672,8 @@ CodeNode *CodeDocumentPrivate::callParser(CodeBlockDataPrivate *record, const QT
     CodeNode *result =
         parser->parse(block.text(), &handle, old, insertAfter, &document->rootNode, syntax);
     record->node = result;
+    if (result != old)
+        ++nodeLines;
     if (old) {
         // Back in its place, so that its destructor finds its neighbours.
         old->linkAfter(insertAfter);
@@ -754,18 +762,13 @@ void CodeDocumentPrivate::computeFoldingIndent(const QTextBlock &block,
     }
     record->foldingIndent = unsigned(qMax(indent, 0));
 
-    // Comments and blanks in front of this line fold with it. A line without a node, parsed
-    // just before in this pass, has given its depth to those in front of it already: when
-    // that depth is this one, so is theirs (this keeps a pass over a long run linear).
-    const QTextBlock before = block.previous();
-    if (cachedBlock.isValid() && before == cachedBlock) {
-        const CodeBlockData *data = CodeBlockData::testBlockData(before);
-        if (data && !data->d->node && data->d->foldingIndent == record->foldingIndent)
-            return;
-    }
-    for (QTextBlock walk = before; walk.isValid(); walk = walk.previous()) {
+    // Comments and blanks in front of this line fold with it. Each such line has given its
+    // depth to the whole run in front of it, so the lines of a run share one depth: a line
+    // that has this depth already ends the walk. (This keeps a pass over a long run linear,
+    // and a keystroke in one independent of its length.)
+    for (QTextBlock walk = block.previous(); walk.isValid(); walk = walk.previous()) {
         CodeBlockData *data = CodeBlockData::testBlockData(walk);
-        if (data && data->d->node)
+        if (data && (data->d->node || data->d->foldingIndent == record->foldingIndent))
             break;
         if (data)
             data->d->foldingIndent = record->foldingIndent;
@@ -1420,6 +1423,7 @@ void CodeDocument::reparse()
             node->release();
         }
     }
+    ++d->nodeLines;
     ++d->updateDepth;
     d->wholeDocumentPass();
     d->endUpdate();

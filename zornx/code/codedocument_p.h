@@ -135,6 +135,12 @@ public:
     // insertion point starts from; spares each line a walk back over lines without nodes.
     QTextBlock cachedBlock;
     CodeNode *cachedPrevious = nullptr;
+    // Raised whenever a line gains, loses or changes its node, or goes: the insertion point
+    // found for a block holds while this stays, however long the walk back to it was.
+    quint32 nodeLines = 0;
+    QTextBlock rememberedBlock;
+    CodeNode *rememberedPrevious = nullptr;
+    quint32 rememberedLines = 0;
 
     // Waits for the running save and finishes it here and now, so that its commit cannot
     // land after what the caller does next.
@@ -157,7 +163,7 @@ private:
     void clearRecord(CodeBlockDataPrivate *record);
     // Where the node of block goes in the chain; previousNode is the node of the nearest
     // earlier line that has one.
-    CodeNode *insertionPoint(const QTextBlock &block, CodeNode **previousNode) const;
+    CodeNode *insertionPoint(const QTextBlock &block, CodeNode **previousNode);
     // Calls the parser on one block; returns the last node of the line.
     CodeNode *callParser(CodeBlockDataPrivate *record, const QTextBlock &block,
                          CodeNode *insertAfter, CodeParserSyntax *syntax);
