@@ -473,12 +473,22 @@ void CodeDocumentPrivate::endUpdate()
 // ---------------------------------------------------------------------------------------------
 // CodeDocumentPrivate: what the parser says
 
-void CodeDocumentPrivate::writeFormat(const QTextCharFormat &format, int start, int end)
+void CodeDocumentPrivate::writeFormat(quint8 format, int start, int end)
 {
     const int from = qMax(start, 0);
     const int to = qMin(end, formatChanges.size());
-    for (int i = from; i < to; ++i)
-        formatChanges[i] = format;
+    if (from < to)
+        std::fill(formatChanges.begin() + from, formatChanges.begin() + to, format);
+}
+
+const QTextCharFormat &CodeDocumentPrivate::formatOf(quint8 format) const
+{
+    static const QTextCharFormat none;
+    if (format == 0)
+        return none;
+    if (format <= 10)
+        return syntaxFormats()[format - 1];
+    return messageFormats[format - 11];
 }
 
 void CodeDocumentPrivate::setToken(TokenType type, int start, int end)
@@ -488,7 +498,7 @@ void CodeDocumentPrivate::setToken(TokenType type, int start, int end)
     if (type != Comment)
         currentData->parsed = true;
     if (start >= 0 && validToken(type))
-        writeFormat(syntaxFormats()[type], start, end);
+        writeFormat(quint8(type + 1), start, end);
 }
 
 void CodeDocumentPrivate::addMessage(int kind, TokenType type, const QString &text, int start,
@@ -498,11 +508,13 @@ void CodeDocumentPrivate::addMessage(int kind, TokenType type, const QString &te
         return;
     currentData->parsed = true;
     if (start >= 0 && start < formatChanges.size()) {
-        QTextCharFormat format = validToken(type) ? syntaxFormats()[type] : QTextCharFormat();
+        const int slot = kind * 11 + (validToken(type) ? type : 10);
+        QTextCharFormat &format = messageFormats[slot];
+        format = validToken(type) ? syntaxFormats()[type] : QTextCharFormat();
         format.setUnderlineStyle(QTextCharFormat::SpellCheckUnderline);
         static const QColor colors[3] = {Qt::red, QColor(255, 127, 0), QColor(255, 255, 0)};
         format.setUnderlineColor(colors[kind]);
-        writeFormat(format, start, end);
+        writeFormat(quint8(11 + slot), start, end);
     }
     CodeBlockData::SyntaxMessage message;
     message.type = kind;
@@ -584,7 +596,7 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
         first = false;
         previousOldState = oldState;
         currentBlock = block;
-        formatChanges.fill(QTextCharFormat(), block.length() - 1);
+        formatChanges.fill(0, block.length() - 1);
         parseBlock(highlight);
         applyFormats();
         currentBlock = QTextBlock();
@@ -821,15 +833,18 @@ void CodeDocumentPrivate::applyFormats()
                 ranges.append(range);
     }
     const int count = formatChanges.size();
+    const quint8 *ids = formatChanges.constData();
     int i = 0;
     while (i < count) {
-        if (formatChanges.at(i).propertyCount() == 0) {
+        const quint8 id = ids[i];
+        const QTextCharFormat &format = formatOf(id);
+        if (id == 0 || format.propertyCount() == 0) {
             ++i;
             continue;
         }
-        const QTextCharFormat format = formatChanges.at(i);
+        // A run of equal formats; two ids may stand for equal formats.
         const int start = i;
-        while (i < count && formatChanges.at(i) == format)
+        while (i < count && (ids[i] == id || formatOf(ids[i]) == format))
             ++i;
         QTextLayout::FormatRange range;
         range.start = start;

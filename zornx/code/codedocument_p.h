@@ -103,7 +103,10 @@ public:
     int infoCount = 0;
     QVector<CodeBlockData::SyntaxMessage> pendingMessages;
     CodeBlockDataPrivate *firstWithMessages = nullptr;
-    QVector<QTextCharFormat> formatChanges;
+    // Per character of the current block, which format it takes: 0 none, 1 to 10 the syntax
+    // format of a token type (type + 1), 11 on an entry of messageFormats (11 + index). A byte
+    // per character instead of a format: a long line costs no copies of shared formats.
+    QVector<quint8> formatChanges;
     QTextBlock currentBlock;
     bool rehighlighting = false;
     bool reformatting = false;
@@ -173,7 +176,11 @@ private:
                               CodeNode *previousNode, CodeNode *insertAfter) const;
     void applyFormats();
     void addMessage(int kind, TokenType type, const QString &text, int start, int end);
-    void writeFormat(const QTextCharFormat &format, int start, int end);
+    void writeFormat(quint8 format, int start, int end);
+    const QTextCharFormat &formatOf(quint8 format) const;
+    // The underlined formats of messages, by kind * 11 + token type (10 for none); each made
+    // again by the message that uses it.
+    QTextCharFormat messageFormats[33];
 };
 
 // Expands tabs to blanks with stops every four columns.
