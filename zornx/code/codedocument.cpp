@@ -357,7 +357,8 @@ Message CodeDocumentPrivate::at(unsigned int index, Message::Type type) const
                            unsigned(record->block.blockNumber()), unsigned(qMax(message.start, 0)),
                            message.text);
         }
-        before += unsigned(std::count_if(record->messages.cbegin(), record->messages.cend(), wanted));
+        before += unsigned(
+            std::count_if(record->messages.cbegin(), record->messages.cend(), wanted));
     }
     return Message();
 }
