@@ -347,13 +347,12 @@ public:
     {
         for (const Run &run : runs)
             if (run.run_type == Run::RT_Iteration && !run.error_occurred && run.iterations > 0) {
+                // The name as registered, without what the options append to it.
                 std::string name = run.benchmark_name();
-                const std::string manual = "/manual_time";
-                const bool manualTime =
-                    name.size() > manual.size()
-                    && name.compare(name.size() - manual.size(), manual.size(), manual) == 0;
-                if (manualTime)
-                    name.resize(name.size() - manual.size());
+                const bool manualTime = name.find("/manual_time") != std::string::npos;
+                for (const char *suffix : {"/manual_time", "/iterations:"})
+                    if (name.find(suffix) != std::string::npos)
+                        name.resize(name.find(suffix));
                 // Manual times are processor times already (see threadSeconds).
                 seconds[name] = (manualTime ? run.real_accumulated_time : run.cpu_accumulated_time)
                                 / double(run.iterations);
