@@ -350,12 +350,18 @@ Message CodeDocumentPrivate::at(unsigned int index, Message::Type type) const
         for (const CodeBlockData::SyntaxMessage &message : record->messages) {
             if (!wanted(message) || rest-- > 0)
                 continue;
+            // The line from the last answer's when it is the same line or the next one: a
+            // block's number costs a walk up the text's tree.
+            if (record != readRecord) {
+                const bool next = readRecord && readRecord->nextWithMessages == record
+                                  && readRecord->block.next() == record->block;
+                readLine = next ? readLine + 1 : record->block.blockNumber();
+            }
             readRecord = record;
             readType = type;
             readFirst = before;
             return Message(message.type == 0 ? Message::Error : Message::Warning,
-                           unsigned(record->block.blockNumber()), unsigned(qMax(message.start, 0)),
-                           message.text);
+                           unsigned(readLine), unsigned(qMax(message.start, 0)), message.text);
         }
         before += unsigned(
             std::count_if(record->messages.cbegin(), record->messages.cend(), wanted));
@@ -565,6 +571,7 @@ void CodeDocumentPrivate::addLink(CodeLink *link)
 
 void CodeDocumentPrivate::reformatBlocksSlot(int from, int charsRemoved, int charsAdded)
 {
+    readRecord = nullptr; // its line may have moved
     if (!rehighlighting)
         reformatBlocks(from, charsRemoved, charsAdded);
 }

@@ -127,11 +127,13 @@ public:
     // its first message: a pass going down the document removes and inserts next to it.
     CodeBlockDataPrivate *touchedRecord = nullptr;
     int touchedRow = 0;
-    // The record of the last message read through at(), the filter of that read, and the
-    // number of messages passing the filter in front of the record.
+    // The record of the last message read through at(), the filter of that read, the number
+    // of messages passing the filter in front of the record, and the record's line. Forgotten
+    // on every change of the text or of the chain.
     mutable const CodeBlockDataPrivate *readRecord = nullptr;
     mutable Message::Type readType = Message::All;
     mutable unsigned int readFirst = 0;
+    mutable int readLine = 0;
     // The row of the first message of a record in the chain.
     int rowOf(const CodeBlockDataPrivate *record) const;
     // The block parsed last in the running pass, and the node that the next block's
