@@ -692,6 +692,9 @@ QString describeDocument(const CodeDocument *document)
                          .arg(message.column)
                          .arg(message.text));
     }
+    // Read again through a filter, which must not follow the reads above.
+    for (unsigned int i = 0; i < messages->count(Message::Error); ++i)
+        lines.append(QStringLiteral("error %1").arg(messages->at(i, Message::Error).line));
     return lines.join(QLatin1Char('\n'));
 }
 

@@ -11,6 +11,8 @@
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QPlainTextDocumentLayout>
 
+#include <algorithm>
+
 namespace Zorn {
 
 namespace {
@@ -109,6 +111,7 @@ CodeBlockData::~CodeBlockData()
     qDeleteAll(d->links);
     d->links.clear();
     if (document) {
+        ++document->nodeLines; // the line has gone
         document->removeMessages(d);
         if (document->currentData == d)
             document->currentData = nullptr;
@@ -336,36 +339,65 @@ Message CodeDocumentPrivate::at(unsigned int index, Message::Type type) const
 {
     if (type == Message::Information)
         return Message();
-    for (const CodeBlockDataPrivate *record = firstWithMessages; record;
-         record = record->nextWithMessages) {
+    auto wanted = [type](const CodeBlockData::SyntaxMessage &message) {
+        return type == Message::All || (type == Message::Error) == (message.type == 0);
+    };
+    // A view asks row after row: go on from the record of the last answer rather than from
+    // the head of the chain.
+    const CodeBlockDataPrivate *record = firstWithMessages;
+    unsigned int before = 0; // wanted messages in the records before record
+    if (readRecord && readType == type && readFirst <= index) {
+        record = readRecord;
+        before = readFirst;
+    }
+    for (; record; record = record->nextWithMessages) {
+        unsigned int rest = index - before;
         for (const CodeBlockData::SyntaxMessage &message : record->messages) {
-            const bool wanted =
-                type == Message::All || (type == Message::Error) == (message.type == 0);
-            if (!wanted || index-- > 0)
+            if (!wanted(message) || rest-- > 0)
                 continue;
+            // The line from the last answer's when it is the same line or the next one: a
+            // block's number costs a walk up the text's tree.
+            if (record != readRecord) {
+                const bool next = readRecord && readRecord->nextWithMessages == record
+                                  && readRecord->block.next() == record->block;
+                readLine = next ? readLine + 1 : record->block.blockNumber();
+            }
+            readRecord = record;
+            readType = type;
+            readFirst = before;
             return Message(message.type == 0 ? Message::Error : Message::Warning,
-                           unsigned(record->block.blockNumber()), unsigned(qMax(message.start, 0)),
-                           message.text);
+                           unsigned(readLine), unsigned(qMax(message.start, 0)), message.text);
         }
+        before += unsigned(
+            std::count_if(record->messages.cbegin(), record->messages.cend(), wanted));
     }
     return Message();
+}
+
+int CodeDocumentPrivate::rowOf(const CodeBlockDataPrivate *record) const
+{
+    if (touchedRecord == record)
+        return touchedRow;
+    if (touchedRecord && touchedRecord->nextWithMessages == record)
+        return touchedRow + touchedRecord->messages.size();
+    int row = 0;
+    for (const CodeBlockDataPrivate *walk = firstWithMessages; walk != record;
+         walk = walk->nextWithMessages)
+        row += walk->messages.size();
+    return row;
 }
 
 void CodeDocumentPrivate::removeMessages(CodeBlockDataPrivate *record)
 {
     if (record->messages.isEmpty())
         return;
-    int row = 0;
-    CodeBlockDataPrivate *before = nullptr;
-    CodeBlockDataPrivate *walk = firstWithMessages;
-    for (; walk && walk != record; walk = walk->nextWithMessages) {
-        row += walk->messages.size();
-        before = walk;
-    }
-    if (!walk) { // not in the chain: nothing is shown of it
+    if (record != firstWithMessages && !record->previousWithMessages) {
+        // not in the chain: nothing is shown of it
         record->messages.clear();
         return;
     }
+    const int row = rowOf(record);
+    readRecord = nullptr;
     beginRemoveRows(QModelIndex(), row, row + record->messages.size() - 1);
     for (const CodeBlockData::SyntaxMessage &message : qAsConst(record->messages)) {
         if (message.type == 0)
@@ -373,32 +405,50 @@ void CodeDocumentPrivate::removeMessages(CodeBlockDataPrivate *record)
         else
             --warningCount;
     }
+    CodeBlockDataPrivate *before = record->previousWithMessages;
+    CodeBlockDataPrivate *after = record->nextWithMessages;
     if (before)
-        before->nextWithMessages = record->nextWithMessages;
+        before->nextWithMessages = after;
     else
-        firstWithMessages = record->nextWithMessages;
-    if (lastWithMessages == record)
+        firstWithMessages = after;
+    if (after)
+        after->previousWithMessages = before;
+    else
         lastWithMessages = before;
     record->nextWithMessages = nullptr;
+    record->previousWithMessages = nullptr;
     record->messages.clear();
+    // The rows in front are where they were.
+    touchedRecord = before;
+    touchedRow = before ? row - before->messages.size() : 0;
     endRemoveRows();
 }
 
 void CodeDocumentPrivate::insertMessages(CodeBlockDataPrivate *record)
 {
     const int number = record->block.blockNumber();
+    auto isBefore = [number](const CodeBlockDataPrivate *other) {
+        return other->block.blockNumber() < number;
+    };
     CodeBlockDataPrivate *before = nullptr;
     int row = 0;
-    if (lastWithMessages && lastWithMessages->block.blockNumber() < number) {
+    if (lastWithMessages && isBefore(lastWithMessages)) {
         before = lastWithMessages;
         row = int(count(Message::All));
+    } else if (touchedRecord && isBefore(touchedRecord)
+               && !(touchedRecord->nextWithMessages
+                    && isBefore(touchedRecord->nextWithMessages))) {
+        // Next to the record a pass touched last, as a pass down the document inserts.
+        before = touchedRecord;
+        row = touchedRow + touchedRecord->messages.size();
     } else {
-        for (CodeBlockDataPrivate *walk = firstWithMessages;
-             walk && walk->block.blockNumber() < number; walk = walk->nextWithMessages) {
+        for (CodeBlockDataPrivate *walk = firstWithMessages; walk && isBefore(walk);
+             walk = walk->nextWithMessages) {
             before = walk;
             row += walk->messages.size();
         }
     }
+    readRecord = nullptr;
     // The counters rise with the rows, so that the model's size and its rows agree at
     // every signal.
     beginInsertRows(QModelIndex(), row, row + pendingMessages.size() - 1);
@@ -410,15 +460,19 @@ void CodeDocumentPrivate::insertMessages(CodeBlockDataPrivate *record)
         else
             ++warningCount;
     }
-    if (before) {
-        record->nextWithMessages = before->nextWithMessages;
+    CodeBlockDataPrivate *after = before ? before->nextWithMessages : firstWithMessages;
+    record->previousWithMessages = before;
+    record->nextWithMessages = after;
+    if (before)
         before->nextWithMessages = record;
-    } else {
-        record->nextWithMessages = firstWithMessages;
+    else
         firstWithMessages = record;
-    }
-    if (!record->nextWithMessages)
+    if (after)
+        after->previousWithMessages = record;
+    else
         lastWithMessages = record;
+    touchedRecord = record;
+    touchedRow = row;
     endInsertRows();
 }
 
@@ -431,12 +485,22 @@ void CodeDocumentPrivate::endUpdate()
 // ---------------------------------------------------------------------------------------------
 // CodeDocumentPrivate: what the parser says
 
-void CodeDocumentPrivate::writeFormat(const QTextCharFormat &format, int start, int end)
+void CodeDocumentPrivate::writeFormat(quint8 format, int start, int end)
 {
     const int from = qMax(start, 0);
     const int to = qMin(end, formatChanges.size());
-    for (int i = from; i < to; ++i)
-        formatChanges[i] = format;
+    if (from < to)
+        std::fill(formatChanges.begin() + from, formatChanges.begin() + to, format);
+}
+
+const QTextCharFormat &CodeDocumentPrivate::formatOf(quint8 format) const
+{
+    static const QTextCharFormat none;
+    if (format == 0)
+        return none;
+    if (format <= 10)
+        return syntaxFormats()[format - 1];
+    return messageFormats[format - 11];
 }
 
 void CodeDocumentPrivate::setToken(TokenType type, int start, int end)
@@ -446,7 +510,7 @@ void CodeDocumentPrivate::setToken(TokenType type, int start, int end)
     if (type != Comment)
         currentData->parsed = true;
     if (start >= 0 && validToken(type))
-        writeFormat(syntaxFormats()[type], start, end);
+        writeFormat(quint8(type + 1), start, end);
 }
 
 void CodeDocumentPrivate::addMessage(int kind, TokenType type, const QString &text, int start,
@@ -456,11 +520,13 @@ void CodeDocumentPrivate::addMessage(int kind, TokenType type, const QString &te
         return;
     currentData->parsed = true;
     if (start >= 0 && start < formatChanges.size()) {
-        QTextCharFormat format = validToken(type) ? syntaxFormats()[type] : QTextCharFormat();
+        const int slot = kind * 11 + (validToken(type) ? type : 10);
+        QTextCharFormat &format = messageFormats[slot];
+        format = validToken(type) ? syntaxFormats()[type] : QTextCharFormat();
         format.setUnderlineStyle(QTextCharFormat::SpellCheckUnderline);
         static const QColor colors[3] = {Qt::red, QColor(255, 127, 0), QColor(255, 255, 0)};
         format.setUnderlineColor(colors[kind]);
-        writeFormat(format, start, end);
+        writeFormat(quint8(11 + slot), start, end);
     }
     CodeBlockData::SyntaxMessage message;
     message.type = kind;
@@ -512,6 +578,7 @@ void CodeDocumentPrivate::addLink(CodeLink *link)
 
 void CodeDocumentPrivate::reformatBlocksSlot(int from, int charsRemoved, int charsAdded)
 {
+    readRecord = nullptr; // its line may have moved
     if (!rehighlighting)
         reformatBlocks(from, charsRemoved, charsAdded);
 }
@@ -551,7 +618,7 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
         first = false;
         previousOldState = oldState;
         currentBlock = block;
-        formatChanges.fill(QTextCharFormat(), block.length() - 1);
+        formatChanges.fill(0, block.length() - 1);
         parseBlock(highlight);
         applyFormats();
         currentBlock = QTextBlock();
@@ -604,12 +671,14 @@ void CodeDocumentPrivate::clearRecord(CodeBlockDataPrivate *record)
 }
 
 CodeNode *CodeDocumentPrivate::insertionPoint(const QTextBlock &block,
-                                              CodeNode **previousNode) const
+                                              CodeNode **previousNode)
 {
     CodeNode *found = nullptr;
     const QTextBlock before = block.previous();
     if (cachedBlock.isValid() && before == cachedBlock) {
         found = cachedPrevious;
+    } else if (block == rememberedBlock && rememberedLines == nodeLines) {
+        found = rememberedPrevious; // no line has changed its node since
     } else {
         for (QTextBlock walk = before; walk.isValid(); walk = walk.previous()) {
             const CodeBlockData *data = CodeBlockData::testBlockData(walk);
@@ -619,6 +688,9 @@ CodeNode *CodeDocumentPrivate::insertionPoint(const QTextBlock &block,
             }
         }
     }
+    rememberedBlock = block;
+    rememberedPrevious = found;
+    rememberedLines = nodeLines;
     *previousNode = found;
     CodeNode *point = found ? found : &document->rootNode;
     // Nodes without a block of their own belong to the line before them.
@@ -639,6 +711,8 @@ CodeNode *CodeDocumentPrivate::callParser(CodeBlockDataPrivate *record, const QT
     CodeNode *result =
         parser->parse(block.text(), &handle, old, insertAfter, &document->rootNode, syntax);
     record->node = result;
+    if (result != old)
+        ++nodeLines;
     if (old) {
         // Back in its place, so that its destructor finds its neighbours.
         old->linkAfter(insertAfter);
@@ -727,10 +801,13 @@ void CodeDocumentPrivate::computeFoldingIndent(const QTextBlock &block,
     }
     record->foldingIndent = unsigned(qMax(indent, 0));
 
-    // Comments and blanks in front of this line fold with it.
+    // Comments and blanks in front of this line fold with it. Each such line has given its
+    // depth to the whole run in front of it, so the lines of a run share one depth: a line
+    // that has this depth already ends the walk. (This keeps a pass over a long run linear,
+    // and a keystroke in one independent of its length.)
     for (QTextBlock walk = block.previous(); walk.isValid(); walk = walk.previous()) {
         CodeBlockData *data = CodeBlockData::testBlockData(walk);
-        if (data && data->d->node)
+        if (data && (data->d->node || data->d->foldingIndent == record->foldingIndent))
             break;
         if (data)
             data->d->foldingIndent = record->foldingIndent;
@@ -783,15 +860,18 @@ void CodeDocumentPrivate::applyFormats()
                 ranges.append(range);
     }
     const int count = formatChanges.size();
+    const quint8 *ids = formatChanges.constData();
     int i = 0;
     while (i < count) {
-        if (formatChanges.at(i).propertyCount() == 0) {
+        const quint8 id = ids[i];
+        const QTextCharFormat &format = formatOf(id);
+        if (id == 0 || format.propertyCount() == 0) {
             ++i;
             continue;
         }
-        const QTextCharFormat format = formatChanges.at(i);
+        // A run of equal formats; two ids may stand for equal formats.
         const int start = i;
-        while (i < count && formatChanges.at(i) == format)
+        while (i < count && (ids[i] == id || formatOf(ids[i]) == format))
             ++i;
         QTextLayout::FormatRange range;
         range.start = start;
@@ -1382,6 +1462,7 @@ void CodeDocument::reparse()
             node->release();
         }
     }
+    ++d->nodeLines;
     ++d->updateDepth;
     d->wholeDocumentPass();
     d->endUpdate();

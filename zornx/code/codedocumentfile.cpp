@@ -17,6 +17,7 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTextCodec>
+#include <QtWidgets/QPlainTextDocumentLayout>
 
 namespace Zorn {
 
@@ -161,6 +162,32 @@ void updateRevisions(CodeDocument *document, int &savedRevision, int snapshotRev
     }
 }
 
+// Lays out the longest line of text, just set as the document's text. The plain text layout
+// measures every line of the document again whenever its widest laid-out line shrinks; with
+// no view, the line being edited would be the only one laid out, and so the widest, and each
+// edit that shortens it would cost a walk over the whole document.
+void layOutLongestLine(CodeDocument *document, const QString &text)
+{
+    auto *layout = qobject_cast<QPlainTextDocumentLayout *>(document->documentLayout());
+    if (!layout)
+        return;
+    int longest = 0, longestLength = -1, line = 0, start = 0;
+    for (;;) {
+        int end = text.indexOf(QLatin1Char('\n'), start);
+        if (end < 0)
+            end = text.size();
+        if (end - start > longestLength) {
+            longest = line;
+            longestLength = end - start;
+        }
+        if (end == text.size())
+            break;
+        start = end + 1;
+        ++line;
+    }
+    layout->ensureBlockLayout(document->findBlockByNumber(longest));
+}
+
 } // namespace
 
 void CodeDocumentPrivate::waitForSave()
@@ -178,21 +205,23 @@ void CodeDocumentPrivate::callDocSaveFinished(Archive *archive, QIODevice *file,
 
 void expandTabs(QString &text)
 {
+    if (!text.contains(QLatin1Char('\t')))
+        return;
+    // Into a new string in one pass: an insert per tab would move the rest of the text each time.
+    QString out;
+    out.reserve(text.size() + text.size() / 8);
     int column = 0;
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
+    for (const QChar c : qAsConst(text)) {
         if (c == QLatin1Char('\t')) {
-            const int extra = 3 - column % 4;
-            text[i] = QLatin1Char(' ');
-            text.insert(i + 1, QString(extra, QLatin1Char(' ')));
-            i += extra;
-            column += extra + 1;
-        } else if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
-            column = 0;
+            do
+                out.append(QLatin1Char(' '));
+            while (++column % 4);
         } else {
-            ++column;
+            out.append(c);
+            column = c == QLatin1Char('\r') || c == QLatin1Char('\n') ? 0 : column + 1;
         }
     }
+    text = out;
 }
 
 void CodeDocument::setFileName(const QString &name)
@@ -216,6 +245,7 @@ void CodeDocument::fromString(const QString &text)
         expandTabs(copy);
     d->suspendModel();
     setPlainText(copy);
+    layOutLongestLine(this, copy);
     setFileName(QString());
     markRevisions(this, d->savedRevision);
     setModified(false);
@@ -270,6 +300,7 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, un
     d->suspendModel();
     ++d->updateDepth;
     setPlainText(text);
+    layOutLongestLine(this, text);
     d->endUpdate();
     d->modelEnabled = option(modelKey, true).toBool();
     d->resumeModel();

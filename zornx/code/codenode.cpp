@@ -841,7 +841,19 @@ int GroupCode::childIndex(CodeNode *node) const
     }
     if (!node || node->type() != Value)
         return -1;
-    return valueList.indexOf(static_cast<ValueCode *>(node));
+    // Outward from the row met last: a load asks for the value just appended, a reparse drops
+    // values from the end, a pass walks them in order; a scan from the front would make each
+    // of these quadratic in the size of a section.
+    const ValueCode *value = static_cast<const ValueCode *>(node);
+    const int count = valueList.size();
+    const int hint = qBound(0, lastRow, count);
+    for (int up = hint, down = hint - 1; up < count || down >= 0; ++up, --down) {
+        if (up < count && valueList.at(up) == value)
+            return lastRow = up;
+        if (down >= 0 && valueList.at(down) == value)
+            return lastRow = down;
+    }
+    return -1;
 }
 
 CodeNode *GroupCode::childAt(unsigned int index) const
@@ -869,10 +881,12 @@ void GroupCode::insertChild(CodeNode *node, unsigned int index)
     if (ParentCode *old = node->parent())
         old->removeChild(node);
     setParentOf(node, this);
-    if (group)
+    if (group) {
         groupList.insert(int(index - first), node);
-    else
+    } else {
         valueList.insert(int(index), static_cast<ValueCode *>(node));
+        lastRow = int(index);
+    }
     endInsert();
 }
 

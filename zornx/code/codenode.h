@@ -269,6 +269,7 @@ private:
     QList<ValueCode *> valueList; // not owned
     QList<CodeNode *> groupList;  // nested groups, not owned
     unsigned int groupSubType;
+    mutable int lastRow = 0; // where childIndex starts looking
 };
 
 // The root of a tree, and the one-column model of it.
