@@ -44,7 +44,7 @@ bool FileCache::Item::setRawData(const QByteArray &raw, unsigned int encoding, v
 {
     if (encoding == 0)
         return false;
-    if (encoding != this->encoding())
+    if (encoding != this->encoding() && !m_fileName.isEmpty())
         QFile::remove(m_fileName);
     StreamCache::Item::setRawData(raw, encoding, codecData, crc);
     QSaveFile file(m_fileName);
