@@ -1,12 +1,14 @@
+#include "cachetest.h"
+
 #include <zornx/cache/diskcache.h>
 #include <zornx/cache/diskcache_p.h>
 #include <zornx/cache/streamcache_p.h>
 
-#include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QtTest>
 
 #include <algorithm>
+#include <atomic>
 
 using namespace Zorn;
 
@@ -124,21 +126,22 @@ private Q_SLOTS:
             blobs.append(randomBytes(random, randomSize(random)));
             items.last()->setRawData(blobs.last(), 1, nullptr, 1);
         }
-        QFuture<int> worker = QtConcurrent::run([&] {
-            int wrong = 0;
+        std::atomic<int> wrong{0};
+        Workers worker;
+        worker.start([&] {
             for (int round = 0; round < 20; ++round) {
                 for (int i = 1; i < items.size(); ++i)
                     wrong += items[i]->rawData() != blobs[i];
             }
-            return wrong;
         });
-        while (!worker.isFinished()) {
+        while (worker.running()) {
             if (resize)
                 items[0]->setRawData(randomBytes(random, randomSize(random)), 1, nullptr, 1);
             else
                 QCOMPARE(items[1]->rawData(), blobs[1]);
         }
-        QCOMPARE(worker.result(), 0);
+        worker.wait();
+        QCOMPARE(wrong.load(), 0);
         for (StreamCache::Item *item : items)
             item->release();
     }

@@ -3,10 +3,9 @@
 #include <zornx/cache/asyncfilecache.h>
 #include <zornx/cache/diskcache.h>
 #include <zornx/cache/filecache.h>
-#include <zornx/cache/streamcache_p.h>
 
-#include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QSemaphore>
+#include <QtCore/QThreadPool>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QtTest>
 
@@ -34,26 +33,23 @@ class PoolBlocker
 public:
     PoolBlocker()
     {
-        const int threads = QThreadPool::globalInstance()->maxThreadCount();
         for (int i = 0; i < threads; ++i)
-            blockers.append(QtConcurrent::run([this] {
+            blockers.start([this] {
                 started.release();
                 gate.acquire();
-            }));
+            });
         started.acquire(threads);
     }
-    ~PoolBlocker() { unblock(); }
-    void unblock()
+    ~PoolBlocker()
     {
-        gate.release(blockers.size());
-        for (auto &blocker : blockers)
-            blocker.waitForFinished();
-        blockers.clear();
+        gate.release(threads);
+        blockers.wait();
     }
 
 private:
+    const int threads = QThreadPool::globalInstance()->maxThreadCount();
     QSemaphore started, gate;
-    QList<QFuture<void>> blockers;
+    Workers blockers;
 };
 
 } // namespace

@@ -5,7 +5,6 @@
 #include <zornx/cache/streamcache.h>
 #include <zornx/cache/streamcache_p.h>
 
-#include <QtConcurrent/QtConcurrentRun>
 #include <QtTest/QtTest>
 
 #include <atomic>
@@ -68,15 +67,15 @@ private Q_SLOTS:
         QFETCH(QByteArray, input);
         QFETCH(quint64, expected);
         // The tables are built on first use: let several threads race for them.
-        auto compute = [&] {
-            return bits == 32 ? quint64(CRC32(input.constData(), unsigned(input.size())))
-                              : CRC64(input.constData(), input.size());
-        };
-        QList<QFuture<quint64>> runs;
+        std::atomic<int> wrong{0};
+        Workers workers;
         for (int i = 0; i < 4; ++i)
-            runs.append(QtConcurrent::run(compute));
-        for (auto &run : runs)
-            QCOMPARE(run.result(), expected);
+            workers.start([&] {
+                wrong += expected != (bits == 32 ? CRC32(input.constData(), unsigned(input.size()))
+                                                 : CRC64(input.constData(), input.size()));
+            });
+        workers.wait();
+        QCOMPARE(wrong.load(), 0);
     }
 
     // One cache per type with: a plain item, an encoded one with a known CRC, an encoded one
@@ -333,17 +332,15 @@ private Q_SLOTS:
                     shared->release();
                 }
             };
-            QList<QFuture<void>> workers;
+            Workers workers;
             for (int seed = 1; seed <= 3; ++seed)
-                workers.append(QtConcurrent::run(work, seed));
+                workers.start([&work, seed] { work(seed); });
             int lookups = 0;
-            while (std::any_of(workers.begin(), workers.end(),
-                               [](const QFuture<void> &f) { return !f.isFinished(); })) {
+            while (workers.running()) {
                 QCOMPARE(target->find("shared blob"), shared);
                 ++lookups;
             }
-            for (auto &worker : workers)
-                worker.waitForFinished();
+            workers.wait();
             QVERIFY(lookups > 0);
             QCOMPARE(shared->refCount(), 1);
             QCOMPARE(itemCount(target), 1);

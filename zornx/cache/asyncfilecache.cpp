@@ -32,7 +32,6 @@ QByteArray AsyncFileCachePrivate::readRange(const QString &fileName, qint64 offs
 // On a worker thread of the global pool.
 void AsyncFileCachePrivate::read(AsyncFileCache *cache, AsyncFileCache::Item *item)
 {
-    ZORNX_HAPPENS_AFTER(item);
     const QByteArray bytes = readRange(fileName, item->m_offset, item->size());
     StreamCache::Item *real = StreamCachePrivate::addItem(target, QVariant());
     real->setRawData(bytes, item->encoding(), item->codecData(), item->crc());
@@ -90,9 +89,12 @@ StreamCache::Item *AsyncFileCache::newItem(const QVariant &info)
     const Item::Info blob = info.value<Item::Info>();
     auto *item = new Item(this, blob.offset);
     item->setFields(blob.size, blob.crc, blob.encoding, blob.codecData);
-    ZORNX_HAPPENS_BEFORE(item);
     item->m_future = QtConcurrent::run(QThreadPool::globalInstance(),
-                                       [this, item] { d->read(this, item); });
+                                       [task = TaskPointer<Item>(item)] {
+                                           Item *item = task.get();
+                                           auto *cache = static_cast<AsyncFileCache *>(item->cache());
+                                           cache->d->read(cache, item);
+                                       });
     return item;
 }
 

@@ -3,6 +3,7 @@
 
 #include <zornx/cache/streamcache.h>
 
+#include <QtCore/QAtomicPointer>
 #include <QtCore/QList>
 #include <QtCore/QMutex>
 #include <QtCore/QReadWriteLock>
@@ -26,6 +27,22 @@
 #endif
 
 namespace Zorn {
+
+// A pointer handed to a task of the thread pool. Qt is not built with ThreadSanitizer, so
+// it cannot see the pool hand a task over; the atomic release and acquire of the pointer
+// itself show it that what was done before the task was made comes before the task runs.
+template <typename T>
+class TaskPointer
+{
+public:
+    explicit TaskPointer(T *value) { pointer.storeRelease(value); }
+    TaskPointer(const TaskPointer &other) { pointer.storeRelease(other.get()); }
+    TaskPointer &operator=(const TaskPointer &) = delete;
+    T *get() const { return pointer.loadAcquire(); }
+
+private:
+    QAtomicPointer<T> pointer;
+};
 
 class CacheMutexLocker
 {
