@@ -10,7 +10,7 @@
 
 SANITIZE ?= 0
 JOBS ?= 2
-TSAN_TESTS = tst_streamcache tst_diskcache tst_filecache
+TSAN_TESTS = tst_streamcache tst_filecache
 ifeq ($(SANITIZE),thread)
 BUILD ?= build-tsan
 CMAKE_FLAGS += -DZORNX_SANITIZE=thread -DCMAKE_BUILD_TYPE=Debug

@@ -5,45 +5,10 @@
 #include <zornx/cache/streamcache_p.h>
 
 #include <QtConcurrent/QtConcurrentRun>
-#include <QtCore/QAtomicInt>
-#include <QtCore/QByteArray>
 
 #include <algorithm>
 #include <functional>
 #include <memory>
-
-// A codec of the tests: encoding 1 stores the bytes reversed, encoding 2 always refuses.
-// Files ending in ".rev" hold encoding 1. It counts decodes, so that tests can tell which
-// comparisons decoded.
-class TestCodec : public Zorn::FileCache::FileCodec
-{
-public:
-    bool decode(unsigned int encoding, void *, const QByteArray &raw, QByteArray *data) override
-    {
-        decodes.ref();
-        return transform(encoding, raw, data);
-    }
-    bool encode(unsigned int encoding, void *, const QByteArray &data, QByteArray *raw) override
-    {
-        return transform(encoding, data, raw);
-    }
-    unsigned int encodingForSuffix(const QString &suffix) override
-    {
-        return suffix == QLatin1String("rev") ? 1 : 0;
-    }
-
-    QAtomicInt decodes;
-
-private:
-    static bool transform(unsigned int encoding, const QByteArray &in, QByteArray *out)
-    {
-        if (encoding != 1)
-            return false;
-        *out = in;
-        std::reverse(out->begin(), out->end());
-        return true;
-    }
-};
 
 inline QByteArray reversed(QByteArray bytes)
 {
@@ -51,19 +16,43 @@ inline QByteArray reversed(QByteArray bytes)
     return bytes;
 }
 
-// Work on the global thread pool. ThreadSanitizer cannot see the pool hand a task over nor a
-// future finish, since Qt is not built with it; starting and waiting through this tells it.
+inline int itemCount(const Zorn::StreamCache *cache)
+{
+    Zorn::StreamCachePrivate *d = Zorn::StreamCachePrivate::get(cache);
+    QMutexLocker locker(&d->mutex);
+    return d->items.size();
+}
+
+// Encoding 1 stores the bytes reversed, and is that of files ending in ".rev"; any other
+// encoding is refused. Decodes are counted.
+class TestCodec : public Zorn::FileCache::FileCodec
+{
+public:
+    bool decode(unsigned int encoding, void *, const QByteArray &raw, QByteArray *data) override
+    {
+        decodes.ref();
+        return encode(encoding, nullptr, raw, data);
+    }
+    bool encode(unsigned int encoding, void *, const QByteArray &data, QByteArray *raw) override
+    {
+        *raw = reversed(data);
+        return encoding == 1;
+    }
+    unsigned int encodingForSuffix(const QString &suffix) override { return suffix == "rev"; }
+
+    QAtomicInt decodes;
+};
+
+// Work on the global pool, started and waited for so that ThreadSanitizer sees the hand-over.
 class Workers
 {
 public:
     ~Workers() { wait(); }
-    template <typename Work>
-    void start(Work work)
+    void start(std::function<void()> work)
     {
-        auto *job = new std::function<void()>(work);
+        auto *job = new std::function<void()>(std::move(work));
         futures.append(QtConcurrent::run([task = Zorn::TaskPointer<std::function<void()>>(job)] {
-            std::unique_ptr<std::function<void()>> job(task.get());
-            (*job)();
+            std::unique_ptr<std::function<void()>>(task.get())->operator()();
             ZORNX_HAPPENS_BEFORE(&finished);
         }));
     }

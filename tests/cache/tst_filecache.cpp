@@ -13,13 +13,6 @@ using namespace Zorn;
 
 namespace {
 
-int itemCount(const StreamCache *cache)
-{
-    StreamCachePrivate *d = StreamCachePrivate::get(cache);
-    QMutexLocker locker(&d->mutex);
-    return d->items.size();
-}
-
 void writeFile(const QString &name, const QByteArray &bytes)
 {
     QFile file(name);

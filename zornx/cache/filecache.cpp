@@ -33,8 +33,9 @@ StreamCache::Item *FileCache::newItem(const QVariant &info)
 
 QByteArray FileCache::Item::rawData() const
 {
+    // Qt warns about opening a file without a name.
     QFile file(m_fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    if (m_fileName.isEmpty() || !file.open(QIODevice::ReadOnly))
         return QByteArray();
     return file.readAll();
 }
@@ -48,7 +49,7 @@ bool FileCache::Item::setRawData(const QByteArray &raw, unsigned int encoding, v
         QFile::remove(m_fileName);
     StreamCache::Item::setRawData(raw, encoding, codecData, crc);
     QSaveFile file(m_fileName);
-    if (!file.open(QIODevice::WriteOnly))
+    if (m_fileName.isEmpty() || !file.open(QIODevice::WriteOnly))
         return false;
     file.write(raw);
     return file.commit();
