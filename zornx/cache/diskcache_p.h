@@ -28,7 +28,8 @@ public:
 
 // A blob at [offset, offset + storedSize) of the cache's file; offset is -1 while it has no
 // bytes there. The ranges of live items never overlap and lie below fileEnd.
-class DiskItem : public PackedCache::Item
+// Exported for the tests, which look at its layout.
+class ZORNX_EXPORT DiskItem : public PackedCache::Item
 {
 public:
     explicit DiskItem(DiskCache *cache) : PackedCache::Item(cache) {}
