@@ -1,5 +1,4 @@
 #include <zornx/cache/filecache.h>
-#include <zornx/cache/streamcache_p.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -45,8 +44,6 @@ bool FileCache::Item::setRawData(const QByteArray &raw, unsigned int encoding, v
 {
     if (encoding == 0)
         return false;
-    if (encoding != this->encoding() && !m_fileName.isEmpty())
-        QFile::remove(m_fileName);
     StreamCache::Item::setRawData(raw, encoding, codecData, crc);
     QSaveFile file(m_fileName);
     if (m_fileName.isEmpty() || !file.open(QIODevice::WriteOnly))

@@ -32,8 +32,8 @@ public:
     public:
         // The whole file, read each time; empty when it does not open.
         QByteArray rawData() const override;
-        // False for encoding 0 and when the file cannot be written. A new encoding removes
-        // the old file first. The file is replaced only once all of raw is written.
+        // False for encoding 0 and when the file cannot be written. The file is replaced,
+        // whatever its old encoding, only once all of raw is written.
         bool setRawData(const QByteArray &raw, unsigned int encoding, void *codecData,
                         unsigned int crc) override;
 
