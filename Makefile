@@ -38,8 +38,8 @@ build: configure
 
 test: build
 ifeq ($(SANITIZE),thread)
-	cd $(BUILD) && TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp ignore_noninstrumented_modules=1 halt_on_error=1" \
-		ctest --output-on-failure -j$(JOBS)
+	cd $(BUILD) && TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp \
+		ignore_noninstrumented_modules=1 halt_on_error=1" ctest --output-on-failure -j$(JOBS)
 else
 	cd $(BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \
 		LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
