@@ -29,4 +29,7 @@
 #include <zornx/code/codeparser.h>
 #include <zornx/code/textcodecs.h>
 
+#include <zornx/image/imagecodecs.h>
+#include <zornx/image/imageoperations.h>
+
 #endif
