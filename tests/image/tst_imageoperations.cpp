@@ -1,0 +1,2 @@
+#include <QtTest/QtTest>
+int main() { return 0; }
