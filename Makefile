@@ -3,9 +3,12 @@
 #   make test SANITIZE=1   the same under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make demo              builds and runs the example host
 #   make bench             builds and runs the benchmarks
+#   make fuzz              builds the libFuzzer targets with clang (build-fuzz/) and runs each
+#                          for FUZZ_SECONDS (default 60) on seeds written by the library
 
 SANITIZE ?= 0
 JOBS ?= 2
+FUZZ_SECONDS ?= 60
 ifeq ($(SANITIZE),1)
 BUILD ?= build-sanitize
 CMAKE_FLAGS += -DZORNX_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
@@ -14,7 +17,7 @@ BUILD ?= build
 CMAKE_FLAGS += -DCMAKE_BUILD_TYPE=RelWithDebInfo
 endif
 
-.PHONY: all deps configure build test demo bench clean
+.PHONY: all deps configure build test demo bench fuzz clean
 
 all: build
 
@@ -42,5 +45,11 @@ bench: deps
 	cmake --build build-bench -j$(JOBS)
 	for b in build-bench/bench/bench_*; do "$$b" || exit 1; done
 
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DZORNX_FUZZ=ON -DZORNX_BUILD_EXAMPLES=OFF
+	cmake --build build-fuzz -j$(JOBS) --target fuzz_all
+	bash fuzz/run.sh build-fuzz $(FUZZ_SECONDS)
+
 clean:
-	rm -rf build build-sanitize build-bench
+	rm -rf build build-sanitize build-bench build-fuzz
