@@ -56,19 +56,24 @@ struct StreamSource
 // Writes pixel bytes into image lines, skipping the padding.
 struct Output
 {
-    explicit Output(QImage &image, int lineBytes) : image(image), lineBytes(lineBytes) {}
+    Output(QImage &image, int lineBytes)
+        : image(image), line(image.scanLine(0)), lineBytes(lineBytes)
+    {
+    }
     bool full() const { return row >= image.height(); }
     void put(uchar value)
     {
         if (full())
             return;
-        image.scanLine(row)[column] = value;
+        line[column] = value;
         if (++column == lineBytes) {
             column = 0;
-            ++row;
+            if (++row < image.height())
+                line = image.scanLine(row);
         }
     }
     QImage &image;
+    uchar *line;
     int lineBytes;
     int row = 0, column = 0;
 };

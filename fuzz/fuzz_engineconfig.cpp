@@ -5,11 +5,12 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QXmlStreamReader>
 
+static QCoreApplication *application;
 static ZornTest::TestEngine *engine;
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    new QCoreApplication(*argc, *argv);
+    application = new QCoreApplication(*argc, *argv);
     engine = new ZornTest::TestEngine(QStringLiteral("fuzz"));
     return 0;
 }

@@ -6,9 +6,11 @@
 
 #include <QtCore/QCoreApplication>
 
+static QCoreApplication *application;
+
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    new QCoreApplication(*argc, *argv);
+    application = new QCoreApplication(*argc, *argv);
     return 0;
 }
 
@@ -24,8 +26,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     {
         ZornTest::TestParentProject parent(QStringLiteral("/game"), archive, nullptr, false);
         if (ZornTest::TestProject *project =
-                ZornTest::TestProject::open(&parent, QStringLiteral("/game/chars/one/one.ini")))
-            project->release();
+                ZornTest::TestProject::open(&parent, QStringLiteral("/game/chars/one/one.ini"))) {
+            project->release(); // the object stays with its owner
+            delete project;
+        }
     }
     return 0;
 }

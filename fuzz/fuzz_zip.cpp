@@ -8,18 +8,25 @@
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 
+#include <cstdlib>
+
+static QCoreApplication *application;
+static Zorn::ExtensionManager *extensions;
+static QTemporaryDir *directory;
 static Zorn::ArchiveExtension *zip;
 static QString zipFile;
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {
-    new QCoreApplication(*argc, *argv);
-    new Zorn::ExtensionManager(QStringLiteral(ZORNX_PLUGIN_DIR));
+    application = new QCoreApplication(*argc, *argv);
+    extensions = new Zorn::ExtensionManager(QStringLiteral(ZORNX_PLUGIN_DIR));
+    // Unloads the plug-in before the library's static lists go.
+    std::atexit([] { delete extensions; });
     for (Zorn::Extension *extension : Zorn::ExtensionManager::list(Zorn::Extension::ArchiveType))
         if (!qstrcmp(extension->format(), "ZIP"))
             zip = static_cast<Zorn::ArchiveExtension *>(extension);
-    auto *dir = new QTemporaryDir;
-    zipFile = dir->filePath(QStringLiteral("input.zip"));
+    directory = new QTemporaryDir;
+    zipFile = directory->filePath(QStringLiteral("input.zip"));
     return zip ? 0 : 1;
 }
 
