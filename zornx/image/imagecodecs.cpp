@@ -44,9 +44,7 @@ public:
 private:
     QIODevice *device;
     qint64 start;
-
-public:
-    const QByteArray bytes;
+    QByteArray bytes;
 };
 
 quint16 le16(const uchar *p)
