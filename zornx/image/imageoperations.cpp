@@ -39,12 +39,18 @@ bool isIndexed(const QImage &image)
     return image.format() == QImage::Format_Indexed8;
 }
 
-// Indexed and 32-bit pictures are worked on as they are; anything else as ARGB32.
+// Indexed and QRgb pictures are worked on as they are; anything else as ARGB32.
 QImage workingCopy(const QImage &image)
 {
-    if (isIndexed(image) || image.depth() == 32)
+    switch (image.format()) {
+    case QImage::Format_Indexed8:
+    case QImage::Format_RGB32:
+    case QImage::Format_ARGB32:
+    case QImage::Format_ARGB32_Premultiplied:
         return image;
-    return image.convertToFormat(QImage::Format_ARGB32);
+    default:
+        return image.convertToFormat(QImage::Format_ARGB32);
+    }
 }
 
 QVector<QRgb> colorTable(const RGBA (&palette)[256])
