@@ -7,9 +7,12 @@
 #                          code only.
 #   make demo              builds and runs the example host
 #   make bench             builds and runs the benchmarks
+#   make fuzz              builds the libFuzzer targets with clang (build-fuzz/) and runs each
+#                          for FUZZ_SECONDS (default 60) on seeds written by the library
 
 SANITIZE ?= 0
 JOBS ?= 2
+FUZZ_SECONDS ?= 60
 ifeq ($(SANITIZE),thread)
 BUILD ?= build-tsan
 CMAKE_FLAGS += -DZORNX_SANITIZE=thread -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -21,7 +24,7 @@ BUILD ?= build
 CMAKE_FLAGS += -DCMAKE_BUILD_TYPE=RelWithDebInfo
 endif
 
-.PHONY: all deps configure build test demo bench clean
+.PHONY: all deps configure build test demo bench fuzz clean
 
 all: build
 
@@ -55,5 +58,11 @@ bench: deps
 	for b in build-bench/bench/bench_*; do \
 		if [ -f "$$b" ] && [ -x "$$b" ]; then "$$b" || exit 1; fi; done
 
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DZORNX_FUZZ=ON -DZORNX_BUILD_EXAMPLES=OFF
+	cmake --build build-fuzz -j$(JOBS) --target fuzz_all
+	bash fuzz/run.sh build-fuzz $(FUZZ_SECONDS)
+
 clean:
-	rm -rf build build-sanitize build-tsan build-bench
+	rm -rf build build-sanitize build-tsan build-bench build-fuzz
