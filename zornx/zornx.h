@@ -24,6 +24,7 @@
 
 #include <zornx/code/codeblockdata.h>
 #include <zornx/code/codedocument.h>
+#include <zornx/code/codeeditor.h>
 #include <zornx/code/codenode.h>
 #include <zornx/code/codenodefile.h>
 #include <zornx/code/codeparser.h>

@@ -348,10 +348,12 @@ TestCodeLink::~TestCodeLink()
     --alive;
 }
 
+std::function<bool(TestCodeLink *)> TestCodeLink::onOpen;
+
 bool TestCodeLink::open()
 {
     ++opened;
-    return true;
+    return onOpen ? onOpen(this) : true;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -463,6 +465,17 @@ CodeNode *TestParser::parse(const QString &text, QTextBlock *block, CodeNode *ol
     trim(text, valueStart, valueEnd);
     const ParsedValue parsed =
         parseValue(text, valueStart, valueEnd, equals, contextOf(insertAfter), *block, syntax);
+    if (syntax) {
+        // Brackets in values pair up across lines, for the editor's matching.
+        bool quoted = false;
+        for (int i = valueStart; i < valueEnd; ++i) {
+            const QChar c = text.at(i);
+            if (c == QLatin1Char('"'))
+                quoted = !quoted;
+            else if (!quoted && QStringLiteral("([{)]}").contains(c))
+                syntax->addParenthesis(QStringLiteral("([{").contains(c), c, i);
+        }
+    }
 
     if (keepNodes && oldNode && oldNode->type() == CodeNode::Value) {
         auto *value = static_cast<TestValueCode *>(oldNode);

@@ -86,6 +86,7 @@ public:
     QString target;
     int opened = 0;
     static int alive; // links not yet deleted
+    static std::function<bool(TestCodeLink *)> onOpen; // the result of open()
 };
 
 class TestCodeMark : public Zorn::CodeMark

@@ -1378,4 +1378,19 @@ Messages *CodeDocument::fileMessages() const
     return d;
 }
 
+int CodeDocument::savedRevision() const
+{
+    return d->savedRevision;
+}
+
+void CodeDocument::waitForSave()
+{
+    d->waitForSave();
+}
+
+CodeBlockData *CodeDocument::blockData(const QTextBlock &block)
+{
+    return CodeBlockData::testBlockData(block);
+}
+
 } // namespace Zorn

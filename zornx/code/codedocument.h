@@ -15,6 +15,7 @@ class QCompleter;
 
 namespace Zorn {
 
+class CodeBlockData;
 class CodeDocument;
 class CodeDocumentPrivate;
 class CodeEditor;
@@ -159,6 +160,14 @@ public:
     void setCodecId(int id);
     QString codecName() const;
     void setCodec(const char *name);
+
+    // The document revision of the last save or load: a block whose revision() differs has
+    // changed since.
+    int savedRevision() const;
+    // Blocks until a running background save has finished and been committed.
+    void waitForSave();
+    // The record of block, or null; never makes one.
+    static CodeBlockData *blockData(const QTextBlock &block);
 
     // The ten formats shared by all documents.
     static void setSyntaxFormat(CodeParserSyntax::TokenType type, const QTextCharFormat &format);
