@@ -14,6 +14,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QIdentityProxyModel>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
 #include <QtGui/QCloseEvent>
@@ -95,6 +96,20 @@ QIcon stockIcon(const QString &name)
     return found == stock.constEnd() ? QIcon() : QApplication::style()->standardIcon(*found);
 }
 
+// The message table with the names of its columns.
+class MessageTable : public QIdentityProxyModel
+{
+public:
+    using QIdentityProxyModel::QIdentityProxyModel;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override
+    {
+        static const char *const names[] = {"Message", "File", "Line"};
+        if (orientation == Qt::Horizontal && role == Qt::DisplayRole && section >= 0 && section < 3)
+            return MainWindow::tr(names[section]);
+        return QIdentityProxyModel::headerData(section, orientation, role);
+    }
+};
+
 // A strip of tool buttons; the host's answer to toolWidget().
 class ToolStrip : public QToolBar
 {
@@ -170,7 +185,8 @@ MainWindow::MainWindow(const QString &settingsFile, QWidget *parentWidget)
     messages->setSelectionMode(QAbstractItemView::SingleSelection);
     messages->setEditTriggers(QAbstractItemView::NoEditTriggers);
     messages->verticalHeader()->hide();
-    messages->horizontalHeader()->setStretchLastSection(true);
+    messages->setModel(new MessageTable(this));
+    messages->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
     messages->setShowGrid(false);
     connect(messages, &QTableView::activated, this, &MainWindow::messageActivated);
     auto *messageDock = new QDockWidget(tr("Messages"), this);
@@ -204,6 +220,8 @@ MainWindow::MainWindow(const QString &settingsFile, QWidget *parentWidget)
         fileEditor->engineSwitched(true);
     }
     resize(1100, 720);
+    resizeDocks({treeDock}, {240}, Qt::Horizontal);
+    resizeDocks({messageDock}, {150}, Qt::Vertical);
     restoreGeometry(settings->value(QStringLiteral("window_geometry")).toByteArray());
     restoreState(settings->value(QStringLiteral("window_state")).toByteArray());
 }
@@ -474,6 +492,12 @@ bool MainWindow::openFile(Zorn::ProjectFile *file)
         return false;
     }
     setCurrentProject(owner);
+    const QModelIndex index = treeIndex(parent->filePath(file->fileName()), QModelIndex());
+    if (index.isValid() && tree->currentIndex() != index) {
+        for (QModelIndex above = index.parent(); above.isValid(); above = above.parent())
+            tree->expand(above);
+        tree->setCurrentIndex(index);
+    }
     switchToEditor(fileEditor);
     if (activeEditor != fileEditor)
         return false;
@@ -481,6 +505,19 @@ bool MainWindow::openFile(Zorn::ProjectFile *file)
         fileEditor->setCurrentFile(file);
     updateTitle();
     return true;
+}
+
+QModelIndex MainWindow::treeIndex(const void *node, const QModelIndex &below) const
+{
+    for (int row = 0; node && row < parent->rowCount(below); ++row) {
+        const QModelIndex index = parent->index(row, 0, below);
+        if (parent->itemPath(index) == node)
+            return index;
+        const QModelIndex found = treeIndex(node, index);
+        if (found.isValid())
+            return found;
+    }
+    return QModelIndex();
 }
 
 void MainWindow::treeActivated(const QModelIndex &index)
@@ -506,7 +543,8 @@ void MainWindow::setCurrentProject(Zorn::Project *current)
     if (project == current)
         return;
     project = current;
-    messages->setModel(current ? current->messages() : nullptr);
+    static_cast<QIdentityProxyModel *>(messages->model())
+        ->setSourceModel(current ? current->messages() : nullptr);
     if (current)
         messages->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     for (Zorn::FileEditor *fileEditor : module->editors())

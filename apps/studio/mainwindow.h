@@ -114,6 +114,8 @@ private:
     void buildMenus();
     void addRecentDirectory(const QString &directory);
     void rebuildRecentMenu();
+    // The row of the tree's node, searched below the row below.
+    QModelIndex treeIndex(const void *node, const QModelIndex &below) const;
     void treeActivated(const QModelIndex &index);
     void messageActivated(const QModelIndex &index);
     void setCurrentProject(Zorn::Project *project);
