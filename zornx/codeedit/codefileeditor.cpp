@@ -19,7 +19,7 @@
 
 namespace Zorn {
 
-CodeFileEditorPrivate::CodeFileEditorPrivate(CodeFileEditor *editor) : q(editor) {}
+CodeFileEditorPrivate::CodeFileEditorPrivate(CodeFileEditor *editor) : QObject(editor), q(editor) {}
 
 QModelIndexList CodeFileEditorPrivate::selectedNodes(bool outermost) const
 {
@@ -76,6 +76,8 @@ void CodeFileEditorPrivate::copyNode()
     for (const QModelIndex &row : rows)
         text += document->nodeFromIndex(row)->code();
     document->endChange();
+    // Node text comes from a text cursor: lines end in paragraph separators.
+    text.replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
     if (!text.isEmpty())
         QApplication::clipboard()->setText(text);
 }

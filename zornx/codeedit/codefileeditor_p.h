@@ -13,7 +13,7 @@ namespace Zorn {
 
 class Menu;
 
-class CodeFileEditorPrivate : public QObject
+class ZORNX_EXPORT CodeFileEditorPrivate : public QObject
 {
     Q_OBJECT
 public:

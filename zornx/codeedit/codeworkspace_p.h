@@ -21,7 +21,7 @@ namespace Zorn {
 class Menu;
 
 // Chooses the encoding of a document; the row of codePage is the codec id.
-class EncDlg : public QDialog
+class ZORNX_EXPORT EncDlg : public QDialog
 {
     Q_OBJECT
 public:
@@ -32,7 +32,7 @@ public:
 };
 
 // Asks for a line number, 1 to 99999999.
-class GoToDlg : public QDialog
+class ZORNX_EXPORT GoToDlg : public QDialog
 {
     Q_OBJECT
 public:
@@ -42,7 +42,7 @@ public:
     QSpinBox *number;
 };
 
-class CodeWorkspacePrivate : public QObject
+class ZORNX_EXPORT CodeWorkspacePrivate : public QObject
 {
     Q_OBJECT
 public:
