@@ -39,4 +39,8 @@
 #include <zornx/editor/section.h>
 #include <zornx/editor/workspace.h>
 
+#include <zornx/codeedit/codefileeditor.h>
+#include <zornx/codeedit/codeworkspace.h>
+#include <zornx/codeedit/snippets.h>
+
 #endif

@@ -544,8 +544,8 @@ void TestCodeEditor::links()
                     s.cursor.selectionEnd());
         return out;
     }();
-    QCOMPARE(underlined, shown ? QStringList{QStringLiteral("%1-%2").arg(link->start).arg(link->end)}
-                               : QStringList());
+    const QString range = QStringLiteral("%1-%2").arg(link->start).arg(link->end);
+    QCOMPARE(underlined, shown ? QStringList{range} : QStringList());
     QCOMPARE(viewport->cursor().shape(), shown ? Qt::PointingHandCursor : Qt::IBeamCursor);
 
     f.mouse(viewport, QEvent::MouseButtonPress, pos, modifiers);
@@ -555,8 +555,7 @@ void TestCodeEditor::links()
     // Letting go of Control ends the link.
     QTest::keyRelease(&f.editor, Qt::Key_Control);
     QCOMPARE(viewport->cursor().shape(), Qt::IBeamCursor);
-    QVERIFY(!f.editor.selections().join(' ').contains(
-        QStringLiteral("%1-%2").arg(link->start).arg(link->end)));
+    QVERIFY(!f.editor.selections().contains(range));
 }
 
 void TestCodeEditor::marksFollowEdits_data()
@@ -697,7 +696,8 @@ void TestCodeEditor::painting()
     const QRect header = f.editor.cursorRect(end);
     const QRect below(0, header.bottom() + 2, f.editor.viewport()->width(), 2 * half);
     const QImage plain = f.editor.viewport()->grab(below).toImage();
-    f.mouse(f.editor.viewport(), QEvent::MouseMove, QPoint(header.right() + 20, header.center().y()));
+    const QPoint box(header.right() + 20, header.center().y());
+    f.mouse(f.editor.viewport(), QEvent::MouseMove, box);
     QCOMPARE(f.editor.viewport()->cursor().shape(), Qt::PointingHandCursor);
     QTRY_VERIFY(f.editor.viewport()->grab(below).toImage() != plain);
     QCOMPARE(f.visibility(), shown);

@@ -264,8 +264,10 @@ QRectF CodeEditorPrivate::foldBoxRect(const QTextBlock &block) const
     const QTextLayout *layout = block.layout();
     if (!layout || layout->lineCount() == 0)
         return QRectF();
-    const QPointF topLeft = q->blockBoundingGeometry(block).translated(q->contentOffset()).topLeft();
-    const QRectF line = layout->lineAt(layout->lineCount() - 1).naturalTextRect().translated(topLeft);
+    const QPointF topLeft =
+        q->blockBoundingGeometry(block).translated(q->contentOffset()).topLeft();
+    const QRectF line =
+        layout->lineAt(layout->lineCount() - 1).naturalTextRect().translated(topLeft);
     const qreal width = QFontMetricsF(q->document()->defaultFont()).horizontalAdvance(
         QStringLiteral(" ... "));
     return QRectF(line.right() + 12, line.top(), width, line.height() - 1);
@@ -715,14 +717,16 @@ void CodeEditorPrivate::paintExtraArea(QPaintEvent *event)
 
             if (formatting.revisionBar && block.revision() != saved) {
                 painter.setPen(QPen(block.revision() < 0 ? Qt::darkGreen : Qt::red, 2.0));
-                painter.drawLine(QPointF(numberRight - 1, top), QPointF(numberRight - 1, bottom - 1));
+                painter.drawLine(QPointF(numberRight - 1, top),
+                                 QPointF(numberRight - 1, bottom - 1));
             }
 
             if (formatting.lineNumbers) {
                 const int start = block.position();
                 const int end = start + block.length();
-                const bool selected = (selectionStart < end && selectionEnd > start)
-                                      || (selectionStart == selectionEnd && selectionStart == start);
+                const bool selected =
+                    (selectionStart < end && selectionEnd > start)
+                    || (selectionStart == selectionEnd && selectionStart == start);
                 painter.setPen(selected ? numberColor : dimNumberColor);
                 painter.drawText(QRectF(marks, top, numberRight - 4 - marks, spacing),
                                  Qt::AlignRight | Qt::AlignTop, QString::number(number + 1));
@@ -912,7 +916,8 @@ bool CodeEditor::completerFromFile(const QString &path)
     QXmlStreamReader xml(&file);
     xml.setNamespaceProcessing(false);
     while (!xml.atEnd()) {
-        if (xml.readNext() != QXmlStreamReader::StartElement || xml.name() != QLatin1String("model"))
+        if (xml.readNext() != QXmlStreamReader::StartElement
+            || xml.name() != QLatin1String("model"))
             continue;
         const QString prefix = xml.attributes().value(QLatin1String("prefix")).toString();
         QStringList words;
@@ -1036,8 +1041,8 @@ void CodeEditor::toggleBlockVisible(const QTextBlock &header)
             }
         }
     }
-    if (auto *layout =
-            qobject_cast<QPlainTextDocumentLayout *>(QPlainTextEdit::document()->documentLayout())) {
+    QAbstractTextDocumentLayout *documentLayout = QPlainTextEdit::document()->documentLayout();
+    if (auto *layout = qobject_cast<QPlainTextDocumentLayout *>(documentLayout)) {
         layout->requestUpdate();
         // The scroll bars follow the line count.
         emit layout->documentSizeChanged(layout->documentSize());
