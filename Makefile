@@ -1,7 +1,9 @@
 # Convenience wrapper round CMake. `make test` does the whole set-up on a fresh Debian 12
 # machine: installs the packages, configures, builds and runs every test.
 #   make test SANITIZE=1   the same under AddressSanitizer + UndefinedBehaviorSanitizer
-#   make demo              builds and runs the example host
+#   make demo              builds and starts the studio on a copy of the sample game; without
+#                          a display, runs the example host and writes studio screenshots
+#                          into the build directory
 #   make bench             builds and runs the benchmarks
 
 SANITIZE ?= 0
@@ -34,8 +36,25 @@ test: build
 		LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
 		ctest --output-on-failure -j$(JOBS)
 
+# The studio edits a copy of the sample game, made once, so that the sources stay as they are.
+DEMO_GAME = $(BUILD)/demo-game
+STUDIO = $(BUILD)/apps/studio/studio
+
 demo: build
-	$(BUILD)/examples/minimal-host/minimal-host
+	@test -d $(DEMO_GAME) || cp -r examples/sample-game $(DEMO_GAME)
+	@if [ -n "$$DISPLAY" ]; then \
+		$(STUDIO) --open chars/lantern/lantern.moves $(DEMO_GAME); \
+	else \
+		$(BUILD)/examples/minimal-host/minimal-host || exit 1; \
+		if command -v xvfb-run >/dev/null; then run="xvfb-run -a"; \
+		else run="env QT_QPA_PLATFORM=offscreen"; fi; \
+		$$run $(STUDIO) --settings $(BUILD)/demo-settings/studio.ini \
+			--screenshot $(BUILD)/studio.png $(DEMO_GAME) && \
+		$$run $(STUDIO) --settings $(BUILD)/demo-settings/studio.ini \
+			--screenshot $(BUILD)/studio-code.png --open chars/lantern/lantern.moves \
+			$(DEMO_GAME) && \
+		echo "Studio screenshots: $(BUILD)/studio.png $(BUILD)/studio-code.png"; \
+	fi
 
 bench: deps
 	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZORNX_BUILD_BENCH=ON

@@ -164,7 +164,7 @@ MainWindow::MainWindow(const QString &settingsFile, QWidget *parentWidget)
     setWindowTitle(QStringLiteral("zornx studio"));
 
     stack = new QStackedWidget(this);
-    auto *welcome = new QLabel(tr("Open the directory of a game with File > Open directory..."));
+    auto *welcome = new QLabel;
     welcome->setAlignment(Qt::AlignCenter);
     welcome->setEnabled(false);
     stack->addWidget(welcome);
@@ -224,6 +224,7 @@ MainWindow::MainWindow(const QString &settingsFile, QWidget *parentWidget)
     resizeDocks({messageDock}, {150}, Qt::Vertical);
     restoreGeometry(settings->value(QStringLiteral("window_geometry")).toByteArray());
     restoreState(settings->value(QStringLiteral("window_state")).toByteArray());
+    updateTitle();
 }
 
 MainWindow::~MainWindow()
@@ -565,6 +566,9 @@ void MainWindow::updateTitle()
                                                                       : QStringLiteral(" - ")));
     setWindowTitle(title);
     setWindowModified(modified);
+    static_cast<QLabel *>(stack->widget(0))
+        ->setText(parent ? tr("Double-click a file in the project tree to edit it.")
+                         : tr("Open the directory of a game with File > Open directory..."));
 }
 
 QTreeView *MainWindow::projectTree() const
@@ -800,7 +804,11 @@ QObject *MainWindow::registerAction(const char *name, const ActionEntry &entry)
 
 void MainWindow::registerWidget(const char *name, QWidget *widget)
 {
-    auto *dock = new QDockWidget(QString::fromLatin1(name), this);
+    // "code_tree" shows as "Code tree".
+    QString title = QString::fromLatin1(name).replace(QLatin1Char('_'), QLatin1Char(' '));
+    if (!title.isEmpty())
+        title[0] = title[0].toUpper();
+    auto *dock = new QDockWidget(title, this);
     dock->setObjectName(QString::fromLatin1(name) + QStringLiteral("Dock"));
     widget->setObjectName(QString::fromLatin1(name));
     dock->setWidget(widget);

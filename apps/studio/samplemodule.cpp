@@ -6,17 +6,11 @@
 #include "testcode.h"
 #include "testengine.h"
 
-#include <zornx/code/codedocument.h>
-#include <zornx/code/codeeditor.h>
+#include <zornx/codeedit/codefileeditor.h>
+#include <zornx/codeedit/codeworkspace.h>
 #include <zornx/core/archive.h>
 #include <zornx/core/interface.h>
-#include <zornx/core/messages.h>
 #include <zornx/core/plaintranslator.h>
-#include <zornx/editor/editor.h>
-#include <zornx/editor/workspace.h>
-
-#include <QtCore/QFileInfo>
-#include <QtCore/QPoint>
 
 namespace Studio {
 
@@ -40,110 +34,32 @@ public:
     }
 };
 
-// The text workspace: one code editor widget that every script is shown in.
-class ScriptWorkspace : public Zorn::Workspace
+// The editor of the scripts, in the shared code workspace, with the code tree in a dock.
+class ScriptEditor : public Zorn::CodeFileEditor
 {
 public:
-    void release() override { delete this; }
-    const char *name() const override { return "code"; }
-    QWidget *widget() const override { return view; }
-    void reconfig() override { zoomActual(); }
-    void retranslate() override {}
-    void zoomActual() override
+    explicit ScriptEditor(Zorn::CodeWorkspace *workspace)
+        : Zorn::CodeFileEditor(workspace, "code_tree"),
+          entry(interface->editorAction("scripts", Zorn::PlainTranslator::instance(), 94))
     {
-        Zorn::Interface *host = Zorn::Interface::instance();
-        QFont font(host->option(QStringLiteral("font_name"), QString()).toString(),
-                   host->option(QStringLiteral("font_size"), 10).toInt());
-        font.setStyleHint(QFont::Monospace);
-        view->setFont(font);
-    }
-    void zoomFit() override { zoomActual(); }
-    void zoomIn() override { view->zoomIn(2); }
-    void zoomOut() override { view->zoomOut(2); }
-
-    Zorn::CodeEditor *view = new Zorn::CodeEditor;
-
-private:
-    ~ScriptWorkspace() override { delete view; }
-};
-
-// The editor of the scripts: shows the current one in the text workspace, with the cursor
-// and the error count in the status bar.
-class ScriptEditor : public Zorn::FileEditor
-{
-public:
-    ScriptEditor(ScriptWorkspace *workspace) : workspace(workspace)
-    {
-        entry = interface->editorAction("scripts", Zorn::PlainTranslator::instance(), 94);
     }
     void release() override { delete this; }
     QAction *action() const override { return entry; }
     const char *name() const override { return "scripts"; }
-    unsigned int areas() const override { return 5; }
     int canEditFileType() const override { return Zorn::Project::Scripts; }
-    void retranslate() override {}
-    QList<Zorn::ProjectFile::SearchResult> find(const Zorn::RegExp &, unsigned int) override
-    {
-        return {};
-    }
-    void replace(const QList<Zorn::ProjectFile::SearchResult> &, const QString &) override {}
-    void cut() override { workspace->view->cut(); }
-    void copy() override { workspace->view->copy(); }
-    void paste() override { workspace->view->paste(); }
-
-    void setCurrentFile(Zorn::ProjectFile *file) override
-    {
-        if (document)
-            QObject::disconnect(document, nullptr, this, nullptr);
-        Zorn::FileEditor::setCurrentFile(file);
-        document = dynamic_cast<Zorn::CodeDocument *>(file);
-        workspace->view->setDocument(document);
-        if (document)
-            connect(document, &QTextDocument::modificationChanged, this, &FileEditor::modified);
-        showCursor(QPoint());
-    }
-    void navigateTo(unsigned int line, unsigned int column) override
-    {
-        workspace->view->setCurrentLine(line, Zorn::CodeEditor::HalfPageBelow);
-        QTextCursor cursor = workspace->view->textCursor();
-        cursor.movePosition(QTextCursor::NextCharacter, QTextCursor::MoveAnchor, int(column));
-        workspace->view->setTextCursor(cursor);
-        workspace->view->setFocus();
-    }
-    void activate() override
-    {
-        Zorn::FileEditor::activate();
-        connect(workspace->view, &Zorn::CodeEditor::cursorChanged, this, &ScriptEditor::showCursor);
-        interface->setWorkspace(workspace);
-    }
-    void deactivate() override
-    {
-        Zorn::FileEditor::deactivate();
-        QObject::disconnect(workspace->view, nullptr, this, nullptr);
-    }
 
 private:
-    ~ScriptEditor() override = default;
-
-    void showCursor(QPoint pos)
-    {
-        if (!document)
-            return;
-        interface->setStatus(0, tr("Line: %1, Column: %2, Line count: %3")
-                                    .arg(pos.x() + 1).arg(pos.y() + 1).arg(document->blockCount()));
-        interface->setStatus(1, tr("Syntax error count: %1")
-                                    .arg(document->messages()->count(Zorn::Message::Error)));
-    }
-
-    ScriptWorkspace *workspace;
     QAction *entry;
-    Zorn::CodeDocument *document = nullptr;
 };
 
 class SampleModule : public EngineModule
 {
 public:
-    SampleModule() : workspace(new ScriptWorkspace), scripts(new ScriptEditor(workspace)) {}
+    SampleModule()
+        : workspace(new Zorn::CodeWorkspace(*Zorn::Interface::instance())),
+          scripts(new ScriptEditor(workspace))
+    {
+    }
     ~SampleModule() override
     {
         scripts->release();
@@ -184,7 +100,7 @@ public:
 
 private:
     SampleEngine sample;
-    ScriptWorkspace *workspace;
+    Zorn::CodeWorkspace *workspace;
     ScriptEditor *scripts;
 };
 
