@@ -23,6 +23,8 @@ public:
     virtual ~EngineModule() = default;
 
     virtual Zorn::Engine *engine() const = 0;
+    // The root of the engines' data: the engine's own is below it, at engine()->basePath().
+    virtual QString dataPath() const = 0;
     // Opens directory as the module's parent project, with every project found in it
     // appended to projects; null when it holds none.
     virtual Zorn::ParentProject *open(const QString &directory,

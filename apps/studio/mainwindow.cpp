@@ -221,7 +221,7 @@ MainWindow::MainWindow(const QString &settingsFile, QWidget *parentWidget)
     }
     resize(1100, 720);
     resizeDocks({treeDock}, {240}, Qt::Horizontal);
-    resizeDocks({messageDock}, {150}, Qt::Vertical);
+    resizeDocks({messageDock}, {110}, Qt::Vertical);
     restoreGeometry(settings->value(QStringLiteral("window_geometry")).toByteArray());
     restoreState(settings->value(QStringLiteral("window_state")).toByteArray());
     updateTitle();
@@ -611,7 +611,7 @@ QString MainWindow::applicationPath() const
 
 QString MainWindow::engineDataPath() const
 {
-    return applicationPath() + QStringLiteral("/data");
+    return module ? module->dataPath() : QString();
 }
 
 QString MainWindow::engineUserPath() const
@@ -788,8 +788,11 @@ QObject *MainWindow::registerAction(const char *name, const ActionEntry &entry)
         }
         // Lists and trees get a dock of their own (flag 32: on the left, else on the right).
         registerWidget(name, view);
-        if (entry.flags & 32)
-            addDockWidget(Qt::LeftDockWidgetArea, qobject_cast<QDockWidget *>(view->parentWidget()));
+        if (entry.flags & 32) {
+            auto *dock = qobject_cast<QDockWidget *>(view->parentWidget());
+            addDockWidget(Qt::LeftDockWidgetArea, dock);
+            resizeDocks({dock}, {200}, Qt::Vertical);
+        }
         controls.insert(key, view);
         return view;
     }

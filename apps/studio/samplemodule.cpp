@@ -68,6 +68,8 @@ public:
 
     Zorn::Engine *engine() const override { return const_cast<SampleEngine *>(&sample); }
 
+    QString dataPath() const override { return QStringLiteral(ZORNX_STUDIO_DATA); }
+
     Zorn::ParentProject *open(const QString &directory, QList<Zorn::Project *> &projects) override
     {
         Zorn::Archive &fs = Zorn::FileSystemArchive::instance();
