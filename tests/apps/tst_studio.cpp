@@ -36,6 +36,7 @@ private Q_SLOTS:
     void reloadOnOutsideChange();
     void closeWithUnsavedChanges_data();
     void closeWithUnsavedChanges();
+    void openDialogAndBackup();
     void optionsOutliveTheWindow();
     void registeredControls_data();
     void registeredControls();
@@ -178,6 +179,28 @@ void TstStudio::closeWithUnsavedChanges()
         window.closeDirectory();
     }
     QCOMPARE(ZornTest::readFile(gameFile("chars/thorn/thorn.moves")), before);
+}
+
+void TstStudio::openDialogAndBackup()
+{
+    MainWindow window(settingsFile());
+    window.setOption("use_native_open", false);
+    window.show();
+    ZornTest::DialogResponder responder;
+    responder.answerFile(gameFile(QString()));
+    window.action("file_open_directory")->trigger();
+    QVERIFY(window.parentProject());
+    QCOMPARE(window.option("recent_directories", QVariant()).toStringList(),
+             QStringList(QDir(gameFile(QString())).absolutePath()));
+
+    responder.answerText("before-edit");
+    window.findChild<QAction *>("file_backup")->trigger();
+    QCOMPARE(responder.seen.size(), 2);
+    const QStringList made = QDir(gameFile("backup")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    QCOMPARE(made.size(), 1);
+    QVERIFY(made.first().endsWith("before-edit"));
+    QCOMPARE(ZornTest::readFile(gameFile("backup/") + made.first() + "/chars/thorn/thorn.moves"),
+             ZornTest::readFile(gameFile("chars/thorn/thorn.moves")));
 }
 
 void TstStudio::optionsOutliveTheWindow()
