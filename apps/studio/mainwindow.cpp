@@ -128,12 +128,22 @@ Q_SIGNALS:
 } // namespace
 
 // A job of the studio: its progress goes to the status bar, its errors are kept until the
-// window reports them.
+// window reports them, or shown as they come for a job that runs in the background.
 class MainWindow::Job : public Zorn::ProviderJob
 {
 public:
     Job(MainWindow *window, const QString &title) : window(window), title(title) {}
-    void error(const QString &text) override { errors.append(text); }
+    void error(const QString &text) override
+    {
+        if (!background) {
+            errors.append(text);
+            return;
+        }
+        const QString caption = title;
+        QMetaObject::invokeMethod(window, [window = window, caption, text] {
+            QMessageBox::warning(window, caption, text);
+        }, Qt::QueuedConnection);
+    }
     void setMaximum(unsigned int value) override { maximum = value; }
     void setValue(unsigned int v) override
     {
@@ -144,9 +154,10 @@ public:
     }
     void incrementValue() override { setValue(value + 1); }
     bool wasCancelled() const override { return false; }
-    void setBackground(bool) override {}
+    void setBackground(bool on) override { background = on; }
 
     MainWindow *window;
+    bool background = false;
     QString title;
     QStringList errors;
     unsigned int maximum = 0;

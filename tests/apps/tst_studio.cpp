@@ -34,6 +34,8 @@ private Q_SLOTS:
     void init();
     void editThroughTheTree();
     void reloadOnOutsideChange();
+    void failedSaveKeepsTheFile();
+    void encodingFromTheStatusBar();
     void closeWithUnsavedChanges_data();
     void closeWithUnsavedChanges();
     void openDialogAndBackup();
@@ -129,8 +131,7 @@ void TstStudio::editThroughTheTree()
     QTRY_VERIFY(!window.isWindowModified());
     const QByteArray disk = ZornTest::readFile(gameFile("chars/lantern/sub/common.moves"));
     QVERIFY(disk.startsWith("; moves every character shares\r\n[State 0]\r\n"));
-    QVERIFY2(disk.endsWith("velocity = 1.5, 0\r\nno value here") || disk.endsWith("no value here\r\n"),
-             disk.right(40).constData());
+    QVERIFY(disk.endsWith("velocity = 1.5, 0\r\nno value here"));
     QVERIFY(window.close());
 }
 
@@ -142,11 +143,59 @@ void TstStudio::reloadOnOutsideChange()
     QVERIFY(window.openDirectory(gameFile(QString())));
     Zorn::CodeEditor *editor = openFromTree(window, {"chars", "thorn", "thorn.moves"});
     QVERIFY(editor);
+    QCOMPARE(window.messageView()->model()->rowCount(), 0); // the messages of thorn's project
     QTest::qWait(50); // a change within the same second as the load is still told
     QVERIFY(ZornTest::writeFile(gameFile("chars/thorn/thorn.moves"),
                                 "; changed outside\r\n[Data]\r\nlife = 800\r\n"));
     QTRY_COMPARE(editor->toPlainText(), QString("; changed outside\n[Data]\nlife = 800\n"));
     QVERIFY(!window.isWindowModified());
+}
+
+void TstStudio::failedSaveKeepsTheFile()
+{
+    const QString name = gameFile("chars/lantern/lantern.moves");
+    const QByteArray before = ZornTest::readFile(name);
+    MainWindow window(settingsFile());
+    window.show();
+    QVERIFY(window.openDirectory(gameFile(QString())));
+    Zorn::CodeEditor *editor = openFromTree(window, {"chars", "lantern", "lantern.moves"});
+    QVERIFY(editor);
+    editor->moveCursor(QTextCursor::End);
+    QTest::keyClicks(editor, QString(2000, 'x'));
+    const Zorn::ProjectFile *file =
+        static_cast<Zorn::FileEditor *>(window.currentEditor())->currentFile();
+    ZornTest::DialogResponder responder;
+    responder.answer(QMessageBox::Ok);
+    {
+        // The disk is full while the document saves in the background.
+        ZornTest::FileSizeLimit full(1024);
+        QVERIFY(window.saveAll());
+        QTRY_VERIFY(!file->fileName().isEmpty()); // the save has ended
+    }
+    QCOMPARE(ZornTest::readFile(name), before);
+    QEXPECT_FAIL("", "a code document reports no failed background write", Continue);
+    QCOMPARE(responder.seen.size(), 1);
+    QEXPECT_FAIL("", "a code document counts a failed background write as saved", Continue);
+    QVERIFY(window.isWindowModified());
+
+    QTest::keyClicks(editor, "y");
+    QVERIFY(window.saveAll());
+    QTRY_VERIFY(!window.isWindowModified());
+    QVERIFY(ZornTest::readFile(name).endsWith("\r\n" + QByteArray(2000, 'x') + "y"));
+}
+
+void TstStudio::encodingFromTheStatusBar()
+{
+    MainWindow window(settingsFile());
+    window.show();
+    QVERIFY(window.openDirectory(gameFile(QString())));
+    QVERIFY(openFromTree(window, {"chars", "thorn", "thorn.moves"}));
+    QVERIFY(window.statusText(2).endsWith("UTF-8"));
+    auto *field = window.findChild<QLabel *>("status2");
+    ZornTest::DialogResponder responder; // rejects the dialog
+    QTest::mouseClick(field, Qt::LeftButton);
+    QCOMPARE(responder.seen.size(), 1);
+    QCOMPARE(responder.seen.first().title, QString("Encoding"));
 }
 
 void TstStudio::closeWithUnsavedChanges_data()
