@@ -35,6 +35,10 @@ private Q_SLOTS:
     void editThroughTheTree();
     void reloadOnOutsideChange();
     void failedSaveKeepsTheFile();
+    void codeTreeMovesTheCursor();
+    void menusReachTheActiveEditor_data();
+    void menusReachTheActiveEditor();
+    void recentDirectoriesReopen();
     void encodingFromTheStatusBar();
     void closeWithUnsavedChanges_data();
     void closeWithUnsavedChanges();
@@ -182,6 +186,72 @@ void TstStudio::failedSaveKeepsTheFile()
     QVERIFY(window.saveAll());
     QTRY_VERIFY(!window.isWindowModified());
     QVERIFY(ZornTest::readFile(name).endsWith("\r\n" + QByteArray(2000, 'x') + "y"));
+}
+
+void TstStudio::codeTreeMovesTheCursor()
+{
+    MainWindow window(settingsFile());
+    window.show();
+    QVERIFY(window.openDirectory(gameFile(QString())));
+    Zorn::CodeEditor *editor = openFromTree(window, {"chars", "lantern", "lantern.moves"});
+    QVERIFY(editor);
+    auto *codeTree = window.findChild<QTreeView *>("code_tree");
+    QVERIFY(codeTree && codeTree->model());
+    const QModelIndexList state = codeTree->model()->match(
+        codeTree->model()->index(0, 0), Qt::DisplayRole, "State 200", 1, Qt::MatchExactly);
+    QCOMPARE(state.size(), 1);
+    QTest::mouseClick(codeTree->viewport(), Qt::LeftButton, {},
+                      codeTree->visualRect(state.first()).center());
+    QCOMPARE(editor->textCursor().blockNumber(), 11);
+    QCOMPARE(window.statusText(0), QString("Line: 12, Column: 1, Line count: 24"));
+}
+
+void TstStudio::menusReachTheActiveEditor_data()
+{
+    QTest::addColumn<QByteArray>("action");
+    QTest::addColumn<int>("fontChange");
+    QTest::addColumn<bool>("typedStays");
+    QTest::newRow("zoom in") << QByteArray("view_zoom_in") << 2 << true;
+    QTest::newRow("zoom out") << QByteArray("view_zoom_out") << -2 << true;
+    QTest::newRow("undo") << QByteArray("edit_undo") << 0 << false;
+    QTest::newRow("fold all") << QByteArray("code_fold_all") << 0 << true;
+}
+
+void TstStudio::menusReachTheActiveEditor()
+{
+    QFETCH(QByteArray, action);
+    QFETCH(int, fontChange);
+    QFETCH(bool, typedStays);
+    MainWindow window(settingsFile());
+    window.show();
+    QVERIFY(window.openDirectory(gameFile(QString())));
+    Zorn::CodeEditor *editor = openFromTree(window, {"chars", "thorn", "thorn.moves"});
+    QVERIFY(editor);
+    QTest::keyClicks(editor, "typed");
+    const int size = editor->font().pointSize();
+    QAction *entry = window.action(action.constData());
+    QVERIFY(entry);
+    QVERIFY(entry->isEnabled());
+    entry->trigger();
+    QCOMPARE(editor->font().pointSize(), size + fontChange);
+    QCOMPARE(editor->toPlainText().startsWith("typed"), typedStays);
+    QCOMPARE(window.currentEditor()->isActive(), true);
+}
+
+void TstStudio::recentDirectoriesReopen()
+{
+    const QString first = work->path() + "/first", second = work->path() + "/second";
+    QVERIFY(ZornTest::copyTree(work->path() + "/game", first));
+    QVERIFY(ZornTest::copyTree(work->path() + "/game", second));
+    MainWindow window(settingsFile());
+    QVERIFY(window.openDirectory(first));
+    QVERIFY(window.openDirectory(second));
+    auto *recent = window.findChild<QMenu *>("recentMenu");
+    emit recent->aboutToShow();
+    QCOMPARE(recent->actions().size(), 2);
+    QCOMPARE(recent->actions().at(0)->text(), second);
+    recent->actions().at(1)->trigger();
+    QCOMPARE(window.parentProject()->basePath(), first + "/");
 }
 
 void TstStudio::encodingFromTheStatusBar()
