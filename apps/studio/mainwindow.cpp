@@ -258,11 +258,10 @@ MainWindow::~MainWindow()
 
 void MainWindow::buildMenus()
 {
-    menu("file");
-    menu("edit");
-    menu("view");
+    Zorn::Menu *file = menu("file");
+    Zorn::Menu *edit = menu("edit");
+    Zorn::Menu *view = menu("view");
     menu("editors");
-    Zorn::Menu *file = menus.value("file");
     QAction *open = file->addAction(icon(QStringLiteral("open")), tr("&Open directory..."),
                                     this, &MainWindow::openDirectoryDialog, QKeySequence::Open);
     open->setObjectName(QStringLiteral("file_open_directory"));
@@ -290,7 +289,6 @@ void MainWindow::buildMenus()
     mainBar->addActions({open, save, all});
 
     // The edit entries go to the active file editor.
-    Zorn::Menu *edit = menus.value("edit");
     const struct
     {
         const char *name;
@@ -318,7 +316,6 @@ void MainWindow::buildMenus()
     }
 
     // The zoom entries go to the active workspace.
-    Zorn::Menu *view = menus.value("view");
     const struct
     {
         const char *name;
