@@ -114,7 +114,7 @@ CodeFileEditor::CodeFileEditor(CodeWorkspace *workspace, const char *treeName)
         d->tree = qobject_cast<QTreeView *>(interface->registerAction(treeName, entry));
     }
     if (d->tree) {
-        d->nodeMenu = new Menu(d->tree);
+        d->nodeMenu = new Menu;
         void (CodeFileEditorPrivate::*const handlers[])() = {
             &CodeFileEditorPrivate::deleteNode, &CodeFileEditorPrivate::cutNode,
             &CodeFileEditorPrivate::copyNode, &CodeFileEditorPrivate::pasteBefore,
@@ -154,8 +154,10 @@ void CodeFileEditor::activate()
 {
     FileEditor::activate();
     CodeEditor *editor = workspace->editor();
-    connect(editor, &CodeEditor::currentLineChanged, this, &CodeFileEditor::currLineChanged);
-    connect(editor, &CodeEditor::cursorChanged, this, &CodeFileEditor::cursorChanged);
+    connect(editor, &CodeEditor::currentLineChanged, this, &CodeFileEditor::currLineChanged,
+            Qt::UniqueConnection);
+    connect(editor, &CodeEditor::cursorChanged, this, &CodeFileEditor::cursorChanged,
+            Qt::UniqueConnection);
     if (interface)
         interface->setWorkspace(workspace);
 }

@@ -5,6 +5,7 @@
 
 #include <QtCore/QModelIndex>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 
 class QAction;
 class QTreeView;
@@ -24,7 +25,8 @@ public:
 
     CodeFileEditor *q;
     CodeDocument *document = nullptr;
-    QTreeView *tree = nullptr;
+    // The host's; it may go first.
+    QPointer<QTreeView> tree;
     Menu *nodeMenu = nullptr;
     QAction *nodeActions[5] = {};
     QModelIndex menuIndex;

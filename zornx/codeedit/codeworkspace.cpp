@@ -206,8 +206,10 @@ CodeWorkspacePrivate::CodeWorkspacePrivate(CodeWorkspace *workspace, Interface &
 
 CodeWorkspacePrivate::~CodeWorkspacePrivate()
 {
-    editor->setDocument(nullptr);
-    delete widget;
+    if (widget) {
+        editor->setDocument(nullptr);
+        delete widget;
+    }
 }
 
 CodeDocument *CodeWorkspacePrivate::writableDocument() const

@@ -5,6 +5,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QPoint>
+#include <QtCore/QPointer>
 #include <QtWidgets/QDialog>
 
 class QAction;
@@ -63,7 +64,8 @@ public:
 
     CodeWorkspace *q;
     Interface &iface;
-    QWidget *widget;
+    // Shown by the host, which may destroy it first.
+    QPointer<QWidget> widget;
     QToolBar *toolBar;
     CodeEditor *editor;
     QLabel *noDocument;
