@@ -469,24 +469,41 @@ private Q_SLOTS:
         QCOMPARE(pasteEnabled, canPaste);
     }
 
+    void cuttingNodesIsOneUndoStep_data()
+    {
+        QTest::addColumn<QVector<QPoint>>("rows"); // x: section, y: value in it or -1
+        QTest::addColumn<QString>("left");
+        QTest::addColumn<QString>("cut");
+        QTest::newRow("a section, a value in it, another section")
+            << QVector<QPoint>{{1, -1}, {1, 0}, {2, -1}} << "[Info]\nname = \"x\"\n"
+            << "[Data]\nlife = 1\npower = 2\nlife = 1\n[State]\nx = 1\n";
+        QTest::newRow("a value, then the section below it")
+            << QVector<QPoint>{{0, 0}, {1, -1}} << "[Info]\n[State]\nx = 1\n"
+            << "name = \"x\"\n[Data]\nlife = 1\npower = 2\n";
+        QTest::newRow("the last value first") << QVector<QPoint>{{2, 0}, {1, 1}, {1, 0}}
+                                               << "[Info]\nname = \"x\"\n[Data]\n[State]\n"
+                                               << "x = 1\npower = 2\nlife = 1\n";
+    }
     void cuttingNodesIsOneUndoStep()
     {
+        QFETCH(QVector<QPoint>, rows);
+        QFETCH(QString, left);
+        QFETCH(QString, cut);
         const QString text = "[Info]\nname = \"x\"\n[Data]\nlife = 1\npower = 2\n[State]\nx = 1\n";
         script()->fromString(text);
         scripts->setCurrentFile(script());
         scripts->activate();
         QTreeView *tree = game->host.tree.get();
         QAbstractItemModel *model = tree->model();
-        const QModelIndex data = model->index(1, 0);
-        // A section and a value inside it, and another section.
-        tree->selectionModel()->select(data, QItemSelectionModel::Select);
-        tree->selectionModel()->select(model->index(0, 0, data), QItemSelectionModel::Select);
-        tree->selectionModel()->select(model->index(2, 0), QItemSelectionModel::Select);
+        for (const QPoint &row : rows) {
+            const QModelIndex section = model->index(row.x(), 0);
+            tree->selectionModel()->select(row.y() < 0 ? section : model->index(row.y(), 0, section),
+                                           QItemSelectionModel::Select);
+        }
         auto *d = scripts->findChild<CodeFileEditorPrivate *>();
         d->cutNode();
-        QCOMPARE(script()->toPlainText(), QStringLiteral("[Info]\nname = \"x\"\n"));
-        QCOMPARE(QApplication::clipboard()->text(),
-                 QStringLiteral("[Data]\nlife = 1\npower = 2\nlife = 1\n[State]\nx = 1\n"));
+        QCOMPARE(script()->toPlainText(), left);
+        QCOMPARE(QApplication::clipboard()->text(), cut);
         script()->undo();
         QCOMPARE(script()->toPlainText(), text);
 

@@ -224,6 +224,15 @@ private Q_SLOTS:
         QVERIFY(dialogs->seen.first().text.contains(QStringLiteral("(line ")));
     }
 
+    void everyTruncationFails()
+    {
+        const QByteArray whole(snippetBytes);
+        QVERIFY(SnippetContent::fromBytes(whole).errorString.isEmpty());
+        for (int length = 0; length < whole.size(); ++length)
+            QVERIFY2(!SnippetContent::fromBytes(whole.left(length)).errorString.isEmpty(),
+                     qPrintable(QString::number(length)));
+    }
+
     void savedBytes()
     {
         const QString file = game->dir.path() + "/kick.xml";
