@@ -10,7 +10,6 @@
 #include <zornx/core/messages.h>
 #include <zornx/editor/menu.h>
 
-#include <QtCore/QSet>
 #include <QtGui/QClipboard>
 #include <QtGui/QTextBlock>
 #include <QtWidgets/QAction>
@@ -19,7 +18,7 @@
 
 namespace Zorn {
 
-CodeFileEditorPrivate::CodeFileEditorPrivate(CodeFileEditor *editor) : QObject(editor), q(editor) {}
+CodeFileEditorPrivate::CodeFileEditorPrivate(CodeFileEditor *editor) : QObject(editor) {}
 
 QModelIndexList CodeFileEditorPrivate::selectedNodes(bool outermost) const
 {

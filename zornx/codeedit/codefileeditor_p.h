@@ -23,7 +23,6 @@ public:
     // The selected rows, without those whose ancestor is selected too.
     QModelIndexList selectedNodes(bool outermost) const;
 
-    CodeFileEditor *q;
     CodeDocument *document = nullptr;
     // The host's; it may go first.
     QPointer<QTreeView> tree;

@@ -91,7 +91,7 @@ int GoToDlg::line() const
 CodeWorkspace::EditorDocumentHook CodeWorkspacePrivate::editorDocumentHook = nullptr;
 
 CodeWorkspacePrivate::CodeWorkspacePrivate(CodeWorkspace *workspace, Interface &iface)
-    : QObject(workspace), q(workspace), iface(iface)
+    : QObject(workspace), iface(iface)
 {
     if (TextCodecs::count() == 0)
         TextCodecs::initialize();

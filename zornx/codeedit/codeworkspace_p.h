@@ -62,7 +62,6 @@ public:
     void applyFont(const QFont &font);
     QString dataDirectory() const;
 
-    CodeWorkspace *q;
     Interface &iface;
     // Shown by the host, which may destroy it first.
     QPointer<QWidget> widget;
