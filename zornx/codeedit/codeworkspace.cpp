@@ -281,11 +281,10 @@ void CodeWorkspacePrivate::goToLine()
     editor->setCurrentLine(uint(target), CodeEditor::PageBelow);
 }
 
-bool CodeWorkspacePrivate::findMessage(int type, bool forward)
+void CodeWorkspacePrivate::findMessage(int type, bool forward)
 {
-    CodeDocument *document = writableDocument();
-    if (!document)
-        return false;
+    if (!writableDocument())
+        return;
     QTextCursor cursor = editor->textCursor();
     QTextBlock block = cursor.block();
     const int column = cursor.position() - block.position();
@@ -317,10 +316,9 @@ bool CodeWorkspacePrivate::findMessage(int type, bool forward)
         }
     }
     if (start < 0)
-        return false;
+        return;
     cursor.setPosition(block.position() + start);
     editor->setTextCursor(cursor);
-    return true;
 }
 
 void CodeWorkspacePrivate::prevError()

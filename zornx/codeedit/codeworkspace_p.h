@@ -56,8 +56,8 @@ public:
     void showEncoding();
     // The encoding change of encTriggered() and of the dialog.
     void changeCodec(int id);
-    // Moves to the next (or previous) message of type; false when there is none.
-    bool findMessage(int type, bool forward);
+    // Moves to the next (or previous) message of type, if there is one.
+    void findMessage(int type, bool forward);
     // The font of the editor, of its document and of the hooked text view.
     void applyFont(const QFont &font);
     QString dataDirectory() const;
