@@ -320,7 +320,8 @@ private Q_SLOTS:
         QCOMPARE(script()->toPlainText(), text);
         QCOMPARE(dialogs->seen.size(), answer >= 0 || viaDialog ? 1 : 0);
         QVERIFY(wp()->encodingGroup->actions().at(latin)->isChecked());
-        QCOMPARE(game->host.statusTexts.last(), qMakePair(2, QStringLiteral("Encoding: ISO-8859-1")));
+        QCOMPARE(game->host.statusTexts.last(),
+                 qMakePair(2, QStringLiteral("Encoding: ISO-8859-1")));
     }
 
     void zoom()
@@ -362,7 +363,7 @@ private Q_SLOTS:
     void snippetMarksTheCursor()
     {
         ZornTest::writeFile(game->snippetDir() + "/loop.xml",
-                            "<snippet><code>\n  for = 1\n  go = CURSOR\n  end = 1\n</code></snippet>");
+                            "<s><code>\n  for = 1\n  go = CURSOR\n  end = 1\n</code></s>");
         workspace->engineSwitched(true);
         QCOMPARE(SnippetManager::instance()->rowCount(), 1);
         show("", 0);
@@ -497,8 +498,8 @@ private Q_SLOTS:
         QAbstractItemModel *model = tree->model();
         for (const QPoint &row : rows) {
             const QModelIndex section = model->index(row.x(), 0);
-            tree->selectionModel()->select(row.y() < 0 ? section : model->index(row.y(), 0, section),
-                                           QItemSelectionModel::Select);
+            const QModelIndex index = row.y() < 0 ? section : model->index(row.y(), 0, section);
+            tree->selectionModel()->select(index, QItemSelectionModel::Select);
         }
         auto *d = scripts->findChild<CodeFileEditorPrivate *>();
         d->cutNode();

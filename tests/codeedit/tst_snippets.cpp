@@ -204,7 +204,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("xml");
         QTest::addColumn<QString>("kept");
-        QTest::newRow("truncated") << QByteArray("<x><code>a = 1</code><field name=\"n\"") << "a = 1\n";
+        QTest::newRow("truncated")
+            << QByteArray("<x><code>a = 1</code><field name=\"n\"") << "a = 1\n";
         QTest::newRow("mismatched") << QByteArray("<x><code>a</code></y>") << "a\n";
         QTest::newRow("empty") << QByteArray() << "";
         QTest::newRow("not xml") << QByteArray("\x00\xff\xfe<<&&", 7) << "";

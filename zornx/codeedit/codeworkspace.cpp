@@ -602,7 +602,8 @@ void CodeWorkspace::activate()
 {
     Workspace::activate();
     d->toolBar->setVisible(d->toolBarAction->isChecked());
-    d->toolBarAction->setChecked(d->iface.option(QStringLiteral("show_code_bar"), QVariant()).toBool());
+    const QVariant shown = d->iface.option(QStringLiteral("show_code_bar"), QVariant());
+    d->toolBarAction->setChecked(shown.toBool());
     d->toolBarAction->setEnabled(true);
     d->codeMenu->setEnabled(true);
     d->encodingMenu->setEnabled(true);
