@@ -59,7 +59,8 @@ demo: build
 bench: deps
 	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZORNX_BUILD_BENCH=ON
 	cmake --build build-bench -j$(JOBS)
-	for b in build-bench/bench/bench_*; do "$$b" || exit 1; done
+	for b in build-bench/bench/bench_*; do \
+		if [ -f "$$b" ] && [ -x "$$b" ]; then "$$b" || exit 1; fi; done
 
 clean:
 	rm -rf build build-sanitize build-bench

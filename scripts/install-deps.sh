@@ -9,6 +9,7 @@ build_pkgs=(
     liblua5.3-dev libuchardet-dev libgif-dev libsfml-dev libopenal-dev
     libvorbis-dev libogg-dev libflac-dev libmpg123-dev libsamplerate0-dev libzip-dev
     libbenchmark-dev libgl1-mesa-dev libgl1-mesa-dri
+    libkf5syntaxhighlighting-dev
 )
 test_pkgs=(
     xvfb xauth fonts-dejavu-core zip unzip giflib-tools imagemagick

@@ -1,4 +1,3 @@
-#include "memoryarchive.h"
 #include "testcode.h"
 #include "testengine.h"
 #include "testinterface.h"
@@ -323,6 +322,13 @@ private Q_SLOTS:
             const CodeLink *link = dataOf(doc, 1)->links().first();
             QCOMPARE(link->start, line(doc, 1).position() + 9);
             QCOMPARE(link->end, line(doc, 1).position() + 18);
+            // Text typed above moves the link, whose line is not parsed again.
+            QTextCursor cursor(line(doc, 0));
+            cursor.movePosition(QTextCursor::EndOfBlock);
+            cursor.insertText(" ; the files");
+            link = dataOf(doc, 1)->links().first();
+            QCOMPARE(link->start, line(doc, 1).position() + 9);
+            QCOMPARE(link->end, line(doc, 1).position() + 18);
             setLine(doc, 1, "sprite = \"other.sff\"");
             QCOMPARE(ZornTest::TestCodeLink::alive, before + 2); // replaced, not added
             setLine(doc, 0, "[Info]"); // in another section the value is no file
@@ -519,33 +525,6 @@ private Q_SLOTS:
         QVERIFY(dataOf(doc, 2)->isParsed());  // a token without a range still counts
         QVERIFY(line(doc, 2).layout()->formats().isEmpty());
         doc.setParser(nullptr);
-    }
-
-    void filesThroughAnArchive()
-    {
-        ZornTest::MemoryArchive archive;
-        archive.files.insert("/kfm.cns", "[Data]\nlife = 1000\n");
-        TestCodeDocument doc;
-        QVERIFY(doc.fromFile(archive, "/kfm.cns", 0, nullptr));
-        QCOMPARE(tree(doc), QString("[Data](life=1000)"));
-        QVERIFY(!doc.fromFile(archive, "/missing.cns", 0, nullptr));
-        QCOMPARE(doc.fileName(), QString("/kfm.cns"));
-        setLine(doc, 1, "life = 900");
-        QVERIFY(doc.toFile(archive, "/out.cns", 0, nullptr));
-        QCOMPARE(archive.files.value("/out.cns"), QByteArray("[Data]\r\nlife = 900\r\n"));
-        QVERIFY(!doc.isModified());
-
-        // Bytes that are no text of any codec still load as something, and parse.
-        archive.files.insert("/junk.cns",
-                             QByteArray("\xff\xfe[Da\x00\x01\xc3(\n=\xed\xa0\x80", 14));
-        QVERIFY(doc.fromFile(archive, "/junk.cns", 0, nullptr));
-        archive.readOnly = true;
-        QVERIFY(!doc.toFile(archive, "/out.cns", 0, nullptr));
-        // Reading again what changed on disk.
-        QVERIFY(doc.fromFile(archive, "/kfm.cns", 0, nullptr));
-        archive.files.insert("/kfm.cns", "[Info]\nname = \"KFM\"\n");
-        doc.reload();
-        QCOMPARE(tree(doc), QString("[Info](name=KFM)"));
     }
 
     void malformedLinesSurvive_data()

@@ -53,9 +53,14 @@ private Q_SLOTS:
         QVERIFY(!CodeNode::isValid(nullptr));
         QVERIFY(CodeNode::isValid(&root)); // a root always is
 
-        // The block of the dead node comes back for the next node of the same size.
+        first->release(); // already free: nothing happens
+
+        // The block of the dead node comes back for the next node of the same size, once.
         CodeNode *second = new TestValueCode(ValueCode::Int, QTextBlock(), &root, 2, "b");
         QCOMPARE(second, first);
+        CodeNode *third = new TestValueCode(ValueCode::Int, QTextBlock(), &root, 3, "c");
+        QVERIFY(third != second);
+        third->release();
 
         // Churn of make and release costs nothing once the lists hold enough blocks.
         second->release();
@@ -115,6 +120,34 @@ private Q_SLOTS:
             chain.append(dynamic_cast<NamedCode *>(node)->name());
         QCOMPARE(chain, QStringList({"loose", "a", "x", "b", "Second", "c"}));
         QCOMPARE(c->previous(), second);
+    }
+
+    // A module may nest a group in a group: it shows under it, behind the values, and moves
+    // up when the outer group goes.
+    void nestedGroups()
+    {
+        LooseTree t;
+        TestGroupCode *above = t.group(&t.root, "Above");
+        TestGroupCode *outer = t.group(above, "Outer");
+        TestValueCode *a = t.value(outer, "a");
+        TestGroupCode *inner = t.group(a, "Inner");
+        TestValueCode *b = t.value(inner, "b");
+        outer->insertChild(inner, 0); // groups go behind the values
+        QCOMPARE(t.root.childs(), QList<CodeNode *>({above, outer}));
+        const QModelIndex outerIndex = t.root.index(1, 0);
+        QCOMPARE(t.root.rowCount(outerIndex), 2);
+        const QModelIndex innerIndex = t.root.index(1, 0, outerIndex);
+        QCOMPARE(innerIndex.internalPointer(), static_cast<void *>(inner));
+        QCOMPARE(t.root.parent(innerIndex), outerIndex);
+        QCOMPARE(names(inner), QString("b"));
+
+        outer->release(); // its value and its group go to the group above
+        QCOMPARE(inner->parent(), above);
+        QCOMPARE(above->childAt(1), inner);
+        QCOMPARE(a->parent(), above);
+        above->release(); // nothing above: the nested group goes to the top
+        QCOMPARE(t.root.childs(), QList<CodeNode *>({inner}));
+        QCOMPARE(b->parent(), inner);
     }
 
     void walksWithStopMask_data()
@@ -276,13 +309,19 @@ private Q_SLOTS:
         QCOMPARE(doc.root()->childs().first()->code(), QString("[Data]\u2029a = 1\u2029b = 2\u2029"));
 
         // The line goes, and with it the node; the index that a view may still hold answers
-        // with the parent of the last removal, and with nothing else.
+        // with the parent of the last removal, and with nothing else; never with that of
+        // another model.
+        LooseTree t;
+        TestValueCode *value = t.value(t.group(&t.root, "Loose"), "v");
+        const QModelIndex looseStale = t.root.index(0, 0, t.root.index(0, 0));
+        value->release();
         const QModelIndex stale = model->index(1, 0, group);
         QTextCursor cursor(doc.findBlockByNumber(2));
         cursor.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
         cursor.removeSelectedText();
         QVERIFY(!CodeNode::isValid(doc.nodeFromIndex(stale)));
         QCOMPARE(model->parent(stale), group);
+        QCOMPARE(t.root.parent(looseStale), QModelIndex());
         QCOMPARE(model->rowCount(stale), 0);
         QVERIFY(!model->data(stale).isValid());
         QCOMPARE(model->rowCount(group), 1);

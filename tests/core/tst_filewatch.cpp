@@ -37,6 +37,15 @@ void writeOutside(const QString &name, const QByteArray &bytes)
     file.write(bytes);
 }
 
+// Lets go of itself when told to reload.
+class SelfReleasingFile : public IniFile
+{
+public:
+    ~SelfReleasingFile() override { *gone = true; }
+    void reload() override { release(); }
+    bool *gone = nullptr;
+};
+
 // Long enough for a notification that is coming to arrive.
 void settle()
 {
@@ -147,6 +156,36 @@ private Q_SLOTS:
         responder.answer(QMessageBox::Yes);
         writeOutside(name, "d = 1\n");
         QTRY_COMPARE(file->reloads, 1);
+    }
+
+    void lastObjectGoesInsideTheSlot_data()
+    {
+        QTest::addColumn<bool>("duringQuestion");
+        QTest::newRow("during the question") << true;
+        QTest::newRow("during the reload") << false;
+    }
+
+    // The last watched object goes while the manager's slot asks or reloads: the manager
+    // outlives its slot, and a new object afterwards is watched as ever.
+    void lastObjectGoesInsideTheSlot()
+    {
+        QFETCH(bool, duringQuestion);
+        bool gone = false;
+        auto *file = new SelfReleasingFile;
+        file->gone = &gone;
+        QVERIFY(file->fromFile(FileSystemArchive::instance(), name, 0, nullptr));
+        host->options["showmsg_reload_file"] = duringQuestion ? 0 : 1;
+        ZornTest::DialogResponder responder;
+        responder.answer(QMessageBox::No, [file] { file->release(); });
+        writeOutside(name, "b = 1\n");
+        QTRY_VERIFY(gone);
+        settle();
+
+        host->options["showmsg_reload_file"] = 1;
+        Files files;
+        IniFile *next = files.open(name);
+        writeOutside(name, "c = 1\n");
+        QTRY_COMPARE(next->reloads, 1);
     }
 
     void closedFileStopsWatching()

@@ -57,14 +57,18 @@ bool looksReal(const QString &text)
 }
 
 // The section type that decides what the values of a new line mean: that of the group the
-// line's node goes into.
+// line's node goes into. A plain section adds no meaning: its values mean what those of the
+// section above it mean, as the line state that the document carries down says.
 unsigned int contextOf(const CodeNode *insertAfter)
 {
-    if (insertAfter->type() == CodeNode::Group)
-        return static_cast<const GroupCode *>(insertAfter)->subType();
-    const ParentCode *parent = insertAfter->parent();
-    if (insertAfter->type() == CodeNode::Value && parent && parent->type() == CodeNode::Group)
-        return static_cast<const GroupCode *>(parent)->subType();
+    const CodeNode *group = insertAfter;
+    if (group->type() == CodeNode::Value)
+        group = group->parent();
+    if (!group || group->type() != CodeNode::Group)
+        return 0;
+    for (; group; group = group->previous(CodeNode::Group, 0))
+        if (const unsigned int kind = static_cast<const GroupCode *>(group)->subType())
+            return kind;
     return 0;
 }
 
@@ -370,6 +374,8 @@ unsigned int TestParser::sectionType(const QString &title)
         return StateSection;
     if (word == QLatin1String("files"))
         return FilesSection;
+    if (word == QLatin1String("plain"))
+        return PlainSection;
     return OtherSection;
 }
 
@@ -686,6 +692,9 @@ QString describeDocument(const CodeDocument *document)
                          .arg(message.column)
                          .arg(message.text));
     }
+    // Read again through a filter, which must not follow the reads above.
+    for (unsigned int i = 0; i < messages->count(Message::Error); ++i)
+        lines.append(QStringLiteral("error %1").arg(messages->at(i, Message::Error).line));
     return lines.join(QLatin1Char('\n'));
 }
 

@@ -33,6 +33,7 @@ enum SectionType {
     StateSection = 3, // "State", "Statedef"
     FilesSection = 4, // "Files": file names with links
     OtherSection = 5, // anything else, with a warning
+    PlainSection = 0, // "Plain": a section whose kind leaves the line state to the line above
 };
 
 class TestValueCode : public Zorn::ValueCode

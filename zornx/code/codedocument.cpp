@@ -11,6 +11,8 @@
 #include <QtGui/QTextLayout>
 #include <QtWidgets/QPlainTextDocumentLayout>
 
+#include <algorithm>
+
 namespace Zorn {
 
 namespace {
@@ -109,6 +111,7 @@ CodeBlockData::~CodeBlockData()
     qDeleteAll(d->links);
     d->links.clear();
     if (document) {
+        ++document->nodeLines; // the line has gone
         document->removeMessages(d);
         if (document->currentData == d)
             document->currentData = nullptr;
@@ -168,6 +171,11 @@ QList<CodeMark *> CodeBlockData::marks() const
 
 QList<CodeLink *> CodeBlockData::links() const
 {
+    const int base = d->block.position();
+    for (int i = 0; i < d->links.size(); ++i) {
+        d->links.at(i)->start = base + d->linkOffsets.at(i).first;
+        d->links.at(i)->end = base + d->linkOffsets.at(i).second;
+    }
     return d->links;
 }
 
@@ -331,36 +339,65 @@ Message CodeDocumentPrivate::at(unsigned int index, Message::Type type) const
 {
     if (type == Message::Information)
         return Message();
-    for (const CodeBlockDataPrivate *record = firstWithMessages; record;
-         record = record->nextWithMessages) {
+    auto wanted = [type](const CodeBlockData::SyntaxMessage &message) {
+        return type == Message::All || (type == Message::Error) == (message.type == 0);
+    };
+    // A view asks row after row: go on from the record of the last answer rather than from
+    // the head of the chain.
+    const CodeBlockDataPrivate *record = firstWithMessages;
+    unsigned int before = 0; // wanted messages in the records before record
+    if (readRecord && readType == type && readFirst <= index) {
+        record = readRecord;
+        before = readFirst;
+    }
+    for (; record; record = record->nextWithMessages) {
+        unsigned int rest = index - before;
         for (const CodeBlockData::SyntaxMessage &message : record->messages) {
-            const bool wanted =
-                type == Message::All || (type == Message::Error) == (message.type == 0);
-            if (!wanted || index-- > 0)
+            if (!wanted(message) || rest-- > 0)
                 continue;
+            // The line from the last answer's when it is the same line or the next one: a
+            // block's number costs a walk up the text's tree.
+            if (record != readRecord) {
+                const bool next = readRecord && readRecord->nextWithMessages == record
+                                  && readRecord->block.next() == record->block;
+                readLine = next ? readLine + 1 : record->block.blockNumber();
+            }
+            readRecord = record;
+            readType = type;
+            readFirst = before;
             return Message(message.type == 0 ? Message::Error : Message::Warning,
-                           unsigned(record->block.blockNumber()), unsigned(qMax(message.start, 0)),
-                           message.text);
+                           unsigned(readLine), unsigned(qMax(message.start, 0)), message.text);
         }
+        before += unsigned(
+            std::count_if(record->messages.cbegin(), record->messages.cend(), wanted));
     }
     return Message();
+}
+
+int CodeDocumentPrivate::rowOf(const CodeBlockDataPrivate *record) const
+{
+    if (touchedRecord == record)
+        return touchedRow;
+    if (touchedRecord && touchedRecord->nextWithMessages == record)
+        return touchedRow + touchedRecord->messages.size();
+    int row = 0;
+    for (const CodeBlockDataPrivate *walk = firstWithMessages; walk != record;
+         walk = walk->nextWithMessages)
+        row += walk->messages.size();
+    return row;
 }
 
 void CodeDocumentPrivate::removeMessages(CodeBlockDataPrivate *record)
 {
     if (record->messages.isEmpty())
         return;
-    int row = 0;
-    CodeBlockDataPrivate *before = nullptr;
-    CodeBlockDataPrivate *walk = firstWithMessages;
-    for (; walk && walk != record; walk = walk->nextWithMessages) {
-        row += walk->messages.size();
-        before = walk;
-    }
-    if (!walk) { // not in the chain: nothing is shown of it
+    if (record != firstWithMessages && !record->previousWithMessages) {
+        // not in the chain: nothing is shown of it
         record->messages.clear();
         return;
     }
+    const int row = rowOf(record);
+    readRecord = nullptr;
     beginRemoveRows(QModelIndex(), row, row + record->messages.size() - 1);
     for (const CodeBlockData::SyntaxMessage &message : qAsConst(record->messages)) {
         if (message.type == 0)
@@ -368,32 +405,50 @@ void CodeDocumentPrivate::removeMessages(CodeBlockDataPrivate *record)
         else
             --warningCount;
     }
+    CodeBlockDataPrivate *before = record->previousWithMessages;
+    CodeBlockDataPrivate *after = record->nextWithMessages;
     if (before)
-        before->nextWithMessages = record->nextWithMessages;
+        before->nextWithMessages = after;
     else
-        firstWithMessages = record->nextWithMessages;
-    if (lastWithMessages == record)
+        firstWithMessages = after;
+    if (after)
+        after->previousWithMessages = before;
+    else
         lastWithMessages = before;
     record->nextWithMessages = nullptr;
+    record->previousWithMessages = nullptr;
     record->messages.clear();
+    // The rows in front are where they were.
+    touchedRecord = before;
+    touchedRow = before ? row - before->messages.size() : 0;
     endRemoveRows();
 }
 
 void CodeDocumentPrivate::insertMessages(CodeBlockDataPrivate *record)
 {
     const int number = record->block.blockNumber();
+    auto isBefore = [number](const CodeBlockDataPrivate *other) {
+        return other->block.blockNumber() < number;
+    };
     CodeBlockDataPrivate *before = nullptr;
     int row = 0;
-    if (lastWithMessages && lastWithMessages->block.blockNumber() < number) {
+    if (lastWithMessages && isBefore(lastWithMessages)) {
         before = lastWithMessages;
         row = int(count(Message::All));
+    } else if (touchedRecord && isBefore(touchedRecord)
+               && !(touchedRecord->nextWithMessages
+                    && isBefore(touchedRecord->nextWithMessages))) {
+        // Next to the record a pass touched last, as a pass down the document inserts.
+        before = touchedRecord;
+        row = touchedRow + touchedRecord->messages.size();
     } else {
-        for (CodeBlockDataPrivate *walk = firstWithMessages;
-             walk && walk->block.blockNumber() < number; walk = walk->nextWithMessages) {
+        for (CodeBlockDataPrivate *walk = firstWithMessages; walk && isBefore(walk);
+             walk = walk->nextWithMessages) {
             before = walk;
             row += walk->messages.size();
         }
     }
+    readRecord = nullptr;
     // The counters rise with the rows, so that the model's size and its rows agree at
     // every signal.
     beginInsertRows(QModelIndex(), row, row + pendingMessages.size() - 1);
@@ -405,15 +460,19 @@ void CodeDocumentPrivate::insertMessages(CodeBlockDataPrivate *record)
         else
             ++warningCount;
     }
-    if (before) {
-        record->nextWithMessages = before->nextWithMessages;
+    CodeBlockDataPrivate *after = before ? before->nextWithMessages : firstWithMessages;
+    record->previousWithMessages = before;
+    record->nextWithMessages = after;
+    if (before)
         before->nextWithMessages = record;
-    } else {
-        record->nextWithMessages = firstWithMessages;
+    else
         firstWithMessages = record;
-    }
-    if (!record->nextWithMessages)
+    if (after)
+        after->previousWithMessages = record;
+    else
         lastWithMessages = record;
+    touchedRecord = record;
+    touchedRow = row;
     endInsertRows();
 }
 
@@ -426,12 +485,22 @@ void CodeDocumentPrivate::endUpdate()
 // ---------------------------------------------------------------------------------------------
 // CodeDocumentPrivate: what the parser says
 
-void CodeDocumentPrivate::writeFormat(const QTextCharFormat &format, int start, int end)
+void CodeDocumentPrivate::writeFormat(quint8 format, int start, int end)
 {
     const int from = qMax(start, 0);
     const int to = qMin(end, formatChanges.size());
-    for (int i = from; i < to; ++i)
-        formatChanges[i] = format;
+    if (from < to)
+        std::fill(formatChanges.begin() + from, formatChanges.begin() + to, format);
+}
+
+const QTextCharFormat &CodeDocumentPrivate::formatOf(quint8 format) const
+{
+    static const QTextCharFormat none;
+    if (format == 0)
+        return none;
+    if (format <= 10)
+        return syntaxFormats()[format - 1];
+    return messageFormats[format - 11];
 }
 
 void CodeDocumentPrivate::setToken(TokenType type, int start, int end)
@@ -441,7 +510,7 @@ void CodeDocumentPrivate::setToken(TokenType type, int start, int end)
     if (type != Comment)
         currentData->parsed = true;
     if (start >= 0 && validToken(type))
-        writeFormat(syntaxFormats()[type], start, end);
+        writeFormat(quint8(type + 1), start, end);
 }
 
 void CodeDocumentPrivate::addMessage(int kind, TokenType type, const QString &text, int start,
@@ -451,11 +520,13 @@ void CodeDocumentPrivate::addMessage(int kind, TokenType type, const QString &te
         return;
     currentData->parsed = true;
     if (start >= 0 && start < formatChanges.size()) {
-        QTextCharFormat format = validToken(type) ? syntaxFormats()[type] : QTextCharFormat();
+        const int slot = kind * 11 + (validToken(type) ? type : 10);
+        QTextCharFormat &format = messageFormats[slot];
+        format = validToken(type) ? syntaxFormats()[type] : QTextCharFormat();
         format.setUnderlineStyle(QTextCharFormat::SpellCheckUnderline);
         static const QColor colors[3] = {Qt::red, QColor(255, 127, 0), QColor(255, 255, 0)};
         format.setUnderlineColor(colors[kind]);
-        writeFormat(format, start, end);
+        writeFormat(quint8(11 + slot), start, end);
     }
     CodeBlockData::SyntaxMessage message;
     message.type = kind;
@@ -498,6 +569,8 @@ void CodeDocumentPrivate::addLink(CodeLink *link)
         return;
     }
     currentData->links.append(link);
+    const int base = currentBlock.position();
+    currentData->linkOffsets.append(qMakePair(link->start - base, link->end - base));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -505,6 +578,7 @@ void CodeDocumentPrivate::addLink(CodeLink *link)
 
 void CodeDocumentPrivate::reformatBlocksSlot(int from, int charsRemoved, int charsAdded)
 {
+    readRecord = nullptr; // its line may have moved
     if (!rehighlighting)
         reformatBlocks(from, charsRemoved, charsAdded);
 }
@@ -519,9 +593,14 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
     reformatting = true;
     const bool highlight = document->hasSyntaxHighlight();
 
-    QTextBlock endBlock = document->findBlock(from + charsAdded + (charsRemoved > 0 ? 1 : 0));
+    QTextBlock endBlock = document->findBlock(from + charsAdded);
     if (!endBlock.isValid())
         endBlock = document->lastBlock();
+    // A removal may have joined lines, and the joined line keeps the state or the depth of
+    // only one of them: the first line behind it, parsed after the lines removed, is parsed
+    // too, and compared with what it had.
+    if (charsRemoved > 0 && endBlock.next().isValid())
+        endBlock = endBlock.next();
     const int endPosition = endBlock.position() + endBlock.length();
 
     cachedBlock = QTextBlock();
@@ -534,16 +613,22 @@ void CodeDocumentPrivate::reformatBlocks(int from, int charsRemoved, int charsAd
         const CodeBlockData *known = CodeBlockData::testBlockData(block);
         const int oldState =
             first || (known && known->d->stated) ? block.userState() : previousOldState;
+        // A new line has no depth yet: the one behind it is parsed too.
+        const int oldIndent = known ? int(known->d->foldingIndent) : -1;
         first = false;
         previousOldState = oldState;
         currentBlock = block;
-        formatChanges.fill(QTextCharFormat(), block.length() - 1);
+        formatChanges.fill(0, block.length() - 1);
         parseBlock(highlight);
         applyFormats();
         currentBlock = QTextBlock();
         if (reparsePending || rehighlightPending)
             break;
-        force = block.userState() != oldState;
+        // The depth of folding ripples as the state does: a section whose kind leaves the
+        // state alone still moves the lines below it.
+        const CodeBlockData *parsed = CodeBlockData::testBlockData(block);
+        force = block.userState() != oldState
+                || (parsed && int(parsed->d->foldingIndent) != oldIndent);
         block = block.next();
     }
     cachedBlock = QTextBlock();
@@ -581,16 +666,19 @@ void CodeDocumentPrivate::clearRecord(CodeBlockDataPrivate *record)
     record->parenthesis.clear();
     qDeleteAll(record->links);
     record->links.clear();
+    record->linkOffsets.clear();
     record->parsed = false;
 }
 
 CodeNode *CodeDocumentPrivate::insertionPoint(const QTextBlock &block,
-                                              CodeNode **previousNode) const
+                                              CodeNode **previousNode)
 {
     CodeNode *found = nullptr;
     const QTextBlock before = block.previous();
     if (cachedBlock.isValid() && before == cachedBlock) {
         found = cachedPrevious;
+    } else if (block == rememberedBlock && rememberedLines == nodeLines) {
+        found = rememberedPrevious; // no line has changed its node since
     } else {
         for (QTextBlock walk = before; walk.isValid(); walk = walk.previous()) {
             const CodeBlockData *data = CodeBlockData::testBlockData(walk);
@@ -600,6 +688,9 @@ CodeNode *CodeDocumentPrivate::insertionPoint(const QTextBlock &block,
             }
         }
     }
+    rememberedBlock = block;
+    rememberedPrevious = found;
+    rememberedLines = nodeLines;
     *previousNode = found;
     CodeNode *point = found ? found : &document->rootNode;
     // Nodes without a block of their own belong to the line before them.
@@ -620,6 +711,8 @@ CodeNode *CodeDocumentPrivate::callParser(CodeBlockDataPrivate *record, const QT
     CodeNode *result =
         parser->parse(block.text(), &handle, old, insertAfter, &document->rootNode, syntax);
     record->node = result;
+    if (result != old)
+        ++nodeLines;
     if (old) {
         // Back in its place, so that its destructor finds its neighbours.
         old->linkAfter(insertAfter);
@@ -708,10 +801,13 @@ void CodeDocumentPrivate::computeFoldingIndent(const QTextBlock &block,
     }
     record->foldingIndent = unsigned(qMax(indent, 0));
 
-    // Comments and blanks in front of this line fold with it.
+    // Comments and blanks in front of this line fold with it. Each such line has given its
+    // depth to the whole run in front of it, so the lines of a run share one depth: a line
+    // that has this depth already ends the walk. (This keeps a pass over a long run linear,
+    // and a keystroke in one independent of its length.)
     for (QTextBlock walk = block.previous(); walk.isValid(); walk = walk.previous()) {
         CodeBlockData *data = CodeBlockData::testBlockData(walk);
-        if (data && data->d->node)
+        if (data && (data->d->node || data->d->foldingIndent == record->foldingIndent))
             break;
         if (data)
             data->d->foldingIndent = record->foldingIndent;
@@ -764,15 +860,18 @@ void CodeDocumentPrivate::applyFormats()
                 ranges.append(range);
     }
     const int count = formatChanges.size();
+    const quint8 *ids = formatChanges.constData();
     int i = 0;
     while (i < count) {
-        if (formatChanges.at(i).propertyCount() == 0) {
+        const quint8 id = ids[i];
+        const QTextCharFormat &format = formatOf(id);
+        if (id == 0 || format.propertyCount() == 0) {
             ++i;
             continue;
         }
-        const QTextCharFormat format = formatChanges.at(i);
+        // A run of equal formats; two ids may stand for equal formats.
         const int start = i;
-        while (i < count && formatChanges.at(i) == format)
+        while (i < count && (ids[i] == id || formatOf(ids[i]) == format))
             ++i;
         QTextLayout::FormatRange range;
         range.start = start;
@@ -846,22 +945,11 @@ void CodeDocumentPrivate::resumeModel()
 // ---------------------------------------------------------------------------------------------
 // CodeDocument
 
-namespace {
-
-int utf8CodecId()
-{
-    if (TextCodecs::count() == 0)
-        TextCodecs::initialize();
-    return TextCodecs::index("UTF-8");
-}
-
-} // namespace
-
 CodeDocument::CodeDocument(short fileType)
     : QTextDocument(nullptr), rootNode(this, fileType), d(new CodeDocumentPrivate(this))
 {
     auto *codec = new CodeDocumentUserData;
-    codec->codecId = utf8CodecId();
+    codec->codecId = TextCodecs::index("UTF-8");
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     setUserData(CodeDocumentUserDataId, codec);
@@ -882,7 +970,11 @@ CodeDocument::CodeDocument(short fileType)
 
 CodeDocument::~CodeDocument()
 {
-    d->waitForSave(); // and commit its file
+    // What is left of the document tells nothing to anyone: a save still running commits
+    // its file, and the clearing below is no edit.
+    blockSignals(true);
+    d->closing = true;
+    d->waitForSave();
     QList<CodeNodeFile *> files;
     for (CodeNodeFile *file : qAsConst(d->nodeFiles))
         if (!files.contains(file))
@@ -910,6 +1002,7 @@ CodeDocument::~CodeDocument()
     disconnect(this, nullptr, d, nullptr);
     delete d;
     d = nullptr;
+    blockSignals(false); // destroyed() is still to come
 }
 
 void CodeDocument::setVersion(unsigned int version)
@@ -1009,6 +1102,9 @@ void CodeDocument::childChanged(CodeNode *node)
 
 void CodeDocument::release()
 {
+    // A save still running ends while the document is whole.
+    if (refCount() == 1)
+        d->waitForSave();
     // The last reference but those of the node files: the files go, and with the last of
     // them the document.
     if (refCount() == 1) {
@@ -1366,6 +1462,7 @@ void CodeDocument::reparse()
             node->release();
         }
     }
+    ++d->nodeLines;
     ++d->updateDepth;
     d->wholeDocumentPass();
     d->endUpdate();

@@ -188,8 +188,9 @@ private:
     // The load behind fromFile() and reload(); codecId -1 detects the codec.
     bool fromFile(Archive &archive, const QString &name, int codecId, unsigned int flags,
                   JobStats *job);
-    // The end of every save, on the GUI thread: commits the file and gives the name back.
-    void saveFinished(Archive *archive, QIODevice *device, const QString &name,
+    // The end of every save, on the GUI thread: commits the file, or drops it when the
+    // bytes did not all reach it, and gives the name back. false for a failed save.
+    bool saveFinished(Archive *archive, QIODevice *device, const QString &name,
                       unsigned int flags, JobStats *job);
 
     friend class CodeDocumentPrivate;

@@ -21,9 +21,9 @@ class CodeDocumentUserData : public QObjectUserData
 {
 public:
     int codecId = 0;
-    // The file began with a UTF-8 byte order mark, which the codec drops: saves in UTF-8
-    // write it again.
-    bool utf8Bom = false;
+    // The file began with a byte order mark, which the codecs drop: saves in a Unicode
+    // codec write it again, and only then.
+    bool bom = false;
 };
 
 enum { CodeDocumentUserDataId = 0xC0DE };
@@ -40,8 +40,13 @@ public:
     QTextBlock block;
     QList<CodeMark *> marks;
     QList<CodeLink *> links; // owned
+    // Where each link lies in the line: the lines below an edit are not parsed again, and
+    // their links move with them.
+    QVector<QPair<int, int>> linkOffsets;
     QVector<CodeBlockData::SyntaxMessage> messages;
     QVector<CodeBlockData::Parenthesis> parenthesis;
+    // The record before this one in the chain of lines with messages, for an unlink in place.
+    CodeBlockDataPrivate *previousWithMessages = nullptr;
     // The block's state has been set by a parse. A block that a split has just made starts
     // with the state -1, which tells nothing about the lines behind it.
     bool stated = false;
@@ -102,7 +107,10 @@ public:
     int infoCount = 0;
     QVector<CodeBlockData::SyntaxMessage> pendingMessages;
     CodeBlockDataPrivate *firstWithMessages = nullptr;
-    QVector<QTextCharFormat> formatChanges;
+    // Per character of the current block, which format it takes: 0 none, 1 to 10 the syntax
+    // format of a token type (type + 1), 11 on an entry of messageFormats (11 + index). A byte
+    // per character instead of a format: a long line costs no copies of shared formats.
+    QVector<quint8> formatChanges;
     QTextBlock currentBlock;
     bool rehighlighting = false;
     bool reformatting = false;
@@ -115,14 +123,37 @@ public:
     int savedRevision = 0;
     // The document's revision when the running save took its text.
     int snapshotRevision = 0;
+    // The name that the running save holds back; a failed save gives it back.
+    QString heldName;
+    // The document is going: a save that ends now only finishes its file.
+    bool closing = false;
 
     // The last record of the chain of lines with messages: a pass that goes down the
     // document appends there without a walk.
     CodeBlockDataPrivate *lastWithMessages = nullptr;
+    // The record of the chain changed last (or the one in front of a removal) and the row of
+    // its first message: a pass going down the document removes and inserts next to it.
+    CodeBlockDataPrivate *touchedRecord = nullptr;
+    int touchedRow = 0;
+    // The record of the last message read through at(), the filter of that read, the number
+    // of messages passing the filter in front of the record, and the record's line. Forgotten
+    // on every change of the text or of the chain.
+    mutable const CodeBlockDataPrivate *readRecord = nullptr;
+    mutable Message::Type readType = Message::All;
+    mutable unsigned int readFirst = 0;
+    mutable int readLine = 0;
+    // The row of the first message of a record in the chain.
+    int rowOf(const CodeBlockDataPrivate *record) const;
     // The block parsed last in the running pass, and the node that the next block's
     // insertion point starts from; spares each line a walk back over lines without nodes.
     QTextBlock cachedBlock;
     CodeNode *cachedPrevious = nullptr;
+    // Raised whenever a line gains, loses or changes its node, or goes: the insertion point
+    // found for a block holds while this stays, however long the walk back to it was.
+    quint32 nodeLines = 0;
+    QTextBlock rememberedBlock;
+    CodeNode *rememberedPrevious = nullptr;
+    quint32 rememberedLines = 0;
 
     // Waits for the running save and finishes it here and now, so that its commit cannot
     // land after what the caller does next.
@@ -145,7 +176,7 @@ private:
     void clearRecord(CodeBlockDataPrivate *record);
     // Where the node of block goes in the chain; previousNode is the node of the nearest
     // earlier line that has one.
-    CodeNode *insertionPoint(const QTextBlock &block, CodeNode **previousNode) const;
+    CodeNode *insertionPoint(const QTextBlock &block, CodeNode **previousNode);
     // Calls the parser on one block; returns the last node of the line.
     CodeNode *callParser(CodeBlockDataPrivate *record, const QTextBlock &block,
                          CodeNode *insertAfter, CodeParserSyntax *syntax);
@@ -155,7 +186,11 @@ private:
                               CodeNode *previousNode, CodeNode *insertAfter) const;
     void applyFormats();
     void addMessage(int kind, TokenType type, const QString &text, int start, int end);
-    void writeFormat(const QTextCharFormat &format, int start, int end);
+    void writeFormat(quint8 format, int start, int end);
+    const QTextCharFormat &formatOf(quint8 format) const;
+    // The underlined formats of messages, by kind * 11 + token type (10 for none); each made
+    // again by the message that uses it.
+    QTextCharFormat messageFormats[33];
 };
 
 // Expands tabs to blanks with stops every four columns.

@@ -4,6 +4,7 @@
 #include "codedocument_p.h"
 
 #include "textcodecs.h"
+#include "textcodecs_p.h"
 
 #include <zornx/core/object.h>
 
@@ -15,6 +16,8 @@
 #include <QtCore/QFileDevice>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QTextCodec>
+#include <QtWidgets/QPlainTextDocumentLayout>
 
 namespace Zorn {
 
@@ -23,6 +26,8 @@ namespace {
 const QString modelKey = QStringLiteral("modelCode");
 // Carries "save_spaceToTab" to the save worker.
 const unsigned int spaceToTabFlag = 1u << 15;
+// Tells the end of a save that the bytes did not all reach the file.
+const unsigned int writeFailedFlag = 1u << 14;
 
 // The types that cross the queued connection from the save worker.
 const bool saveTypesRegistered = (qRegisterMetaType<Zorn::Archive *>("Zorn::Archive*"),
@@ -36,8 +41,6 @@ void markRevisions(CodeDocument *document, int &savedRevision)
         block.setRevision(savedRevision);
 }
 
-const char utf8Bom[] = "\xEF\xBB\xBF";
-
 CodeDocumentUserData *codecData(const CodeDocument *document)
 {
     QT_WARNING_PUSH
@@ -46,10 +49,10 @@ CodeDocumentUserData *codecData(const CodeDocument *document)
     QT_WARNING_POP
 }
 
-void setUtf8Bom(const CodeDocument *document, bool bom)
+void setBom(const CodeDocument *document, bool bom)
 {
     if (CodeDocumentUserData *data = codecData(document))
-        data->utf8Bom = bom;
+        data->bom = bom;
 }
 
 // The bytes of the file: CR LF line ends, optionally blanks to tabs, in the codec. The
@@ -59,7 +62,6 @@ QByteArray saveData(const QString &text, const CodeDocument *document, bool spac
 {
     const CodeDocumentUserData *data = codecData(document);
     const int codecId = data ? data->codecId : 0;
-    const bool bom = data && data->utf8Bom && codecId == TextCodecs::index("UTF-8");
     QString out;
     out.reserve(text.size() + text.size() / 16 + 16);
     const QChar *c = text.constData();
@@ -108,8 +110,38 @@ QByteArray saveData(const QString &text, const CodeDocument *document, bool spac
             ++column;
         }
     }
-    const QByteArray bytes = TextCodecs::stringToData(out, codecId);
-    return bom ? QByteArray(utf8Bom) + bytes : bytes;
+    const QVector<TextCodecItem> &codecs = TextCodecsPrivate::items();
+    QTextCodec *codec =
+        codecId >= 0 && codecId < codecs.size() ? QTextCodec::codecForMib(codecs.at(codecId).mib)
+                                                : nullptr;
+    if (!codec)
+        return QByteArray();
+    // The Unicode codecs write a byte order mark of their own accord: a file gets one back
+    // when it had one, and only then.
+    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
+    QByteArray bytes;
+    if (data && data->bom && codec->name().startsWith("UTF-")) {
+        const QChar mark(0xFEFF);
+        bytes = codec->fromUnicode(&mark, 1, &state);
+    }
+    return bytes + codec->fromUnicode(out.constData(), out.size(), &state);
+}
+
+// Writes all of data and puts it on the disk; false when any of it was refused.
+bool writeAll(QIODevice *device, const QByteArray &data)
+{
+    if (device->write(data) != data.size())
+        return false;
+    if (auto *file = qobject_cast<QFileDevice *>(device)) {
+        if (!file->flush())
+            return false;
+#ifdef Q_OS_UNIX
+        // On the disk here, so that the commit on the GUI thread only renames.
+        if (::fsync(file->handle()) != 0)
+            return false;
+#endif
+    }
+    return true;
 }
 
 // After a save of the text as it was at snapshotRevision: lines unchanged since the last
@@ -130,6 +162,32 @@ void updateRevisions(CodeDocument *document, int &savedRevision, int snapshotRev
     }
 }
 
+// Lays out the longest line of text, just set as the document's text. The plain text layout
+// measures every line of the document again whenever its widest laid-out line shrinks; with
+// no view, the line being edited would be the only one laid out, and so the widest, and each
+// edit that shortens it would cost a walk over the whole document.
+void layOutLongestLine(CodeDocument *document, const QString &text)
+{
+    auto *layout = qobject_cast<QPlainTextDocumentLayout *>(document->documentLayout());
+    if (!layout)
+        return;
+    int longest = 0, longestLength = -1, line = 0, start = 0;
+    for (;;) {
+        int end = text.indexOf(QLatin1Char('\n'), start);
+        if (end < 0)
+            end = text.size();
+        if (end - start > longestLength) {
+            longest = line;
+            longestLength = end - start;
+        }
+        if (end == text.size())
+            break;
+        start = end + 1;
+        ++line;
+    }
+    layout->ensureBlockLayout(document->findBlockByNumber(longest));
+}
+
 } // namespace
 
 void CodeDocumentPrivate::waitForSave()
@@ -147,21 +205,23 @@ void CodeDocumentPrivate::callDocSaveFinished(Archive *archive, QIODevice *file,
 
 void expandTabs(QString &text)
 {
+    if (!text.contains(QLatin1Char('\t')))
+        return;
+    // Into a new string in one pass: an insert per tab would move the rest of the text each time.
+    QString out;
+    out.reserve(text.size() + text.size() / 8);
     int column = 0;
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
+    for (const QChar c : qAsConst(text)) {
         if (c == QLatin1Char('\t')) {
-            const int extra = 3 - column % 4;
-            text[i] = QLatin1Char(' ');
-            text.insert(i + 1, QString(extra, QLatin1Char(' ')));
-            i += extra;
-            column += extra + 1;
-        } else if (c == QLatin1Char('\r') || c == QLatin1Char('\n')) {
-            column = 0;
+            do
+                out.append(QLatin1Char(' '));
+            while (++column % 4);
         } else {
-            ++column;
+            out.append(c);
+            column = c == QLatin1Char('\r') || c == QLatin1Char('\n') ? 0 : column + 1;
         }
     }
+    text = out;
 }
 
 void CodeDocument::setFileName(const QString &name)
@@ -185,11 +245,12 @@ void CodeDocument::fromString(const QString &text)
         expandTabs(copy);
     d->suspendModel();
     setPlainText(copy);
+    layOutLongestLine(this, copy);
     setFileName(QString());
     markRevisions(this, d->savedRevision);
     setModified(false);
     setCodecId(TextCodecs::index("UTF-8"));
-    setUtf8Bom(this, false);
+    setBom(this, false);
     d->modelEnabled = option(modelKey, true).toBool();
     d->resumeModel();
 }
@@ -205,7 +266,7 @@ void CodeDocument::reset()
     setModified(false);
     emit modificationChanged(false);
     setCodecId(TextCodecs::index("UTF-8"));
-    setUtf8Bom(this, false);
+    setBom(this, false);
     d->modelEnabled = option(modelKey, true).toBool();
     d->resumeModel();
 }
@@ -227,12 +288,19 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, un
     const QByteArray bytes = device->readAll();
     QString text = TextCodecs::stringFromData(bytes, &codec);
     setCodecId(codec);
-    setUtf8Bom(this, bytes.startsWith(utf8Bom));
+    // The codecs drop the mark that they read; one that another codec left goes too.
+    bool bom = QTextCodec::codecForUtfText(bytes, nullptr) != nullptr;
+    if (text.startsWith(QChar(0xFEFF))) {
+        text.remove(0, 1);
+        bom = true;
+    }
+    setBom(this, bom);
     if (option(QStringLiteral("open_tabToSpace"), false).toBool())
         expandTabs(text);
     d->suspendModel();
     ++d->updateDepth;
     setPlainText(text);
+    layOutLongestLine(this, text);
     d->endUpdate();
     d->modelEnabled = option(modelKey, true).toBool();
     d->resumeModel();
@@ -256,7 +324,7 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, unsigned int fl
     d->waitForSave();
     if (job)
         job->setMaximum(1);
-    fileSaved(archive, name, flags & Copy);
+    d->heldName = fileName();
     if (!(flags & Copy))
         setFileName(QString());
     d->snapshotRevision = revision();
@@ -271,35 +339,49 @@ bool CodeDocument::toFile(Archive &archive, const QString &name, unsigned int fl
         // The raw text spares the GUI thread a pass; the worker makes it plain.
         const QString text = toRawText();
         d->saveFuture = QtConcurrent::run([priv, device, text, store, name, flags, job] {
-            device->write(saveData(text, priv->document, flags & spaceToTabFlag));
-            // The bytes reach the disk here, so that the commit on the GUI thread only renames.
-            if (auto *file = qobject_cast<QFileDevice *>(device)) {
-                file->flush();
-#ifdef Q_OS_UNIX
-                ::fsync(file->handle());
-#endif
-            }
-            emit priv->saveFinished(store, device, name, flags, job);
+            const bool written =
+                writeAll(device, saveData(text, priv->document, flags & spaceToTabFlag));
+            emit priv->saveFinished(store, device, name, written ? flags : flags | writeFailedFlag,
+                                    job);
         });
         return true;
     }
-    device->write(saveData(toRawText(), this, flags & spaceToTabFlag));
-    saveFinished(&archive, device, name, flags, job);
-    return true;
+    const bool written = writeAll(device, saveData(toRawText(), this, flags & spaceToTabFlag));
+    return saveFinished(&archive, device, name, written ? flags : flags | writeFailedFlag, job);
 }
 
-void CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QString &name,
+bool CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QString &name,
                                 unsigned int flags, JobStats *job)
 {
-    if (!(flags & Copy)) {
+    // What did not all reach the file never replaces it.
+    bool saved = !(flags & writeFailedFlag);
+    if (saved)
+        saved = archive->closeFile(device);
+    else
+        archive->discardFile(device);
+    if (d->closing)
+        return saved;
+    const bool copy = flags & Copy;
+    if (!copy)
+        setFileName(d->heldName);
+    if (!saved) {
+        if (job)
+            job->error(QStringLiteral("Can't save file '%1'!").arg(name));
+        return false;
+    }
+    if (!copy) {
+        // The watch follows the name now that the file is there, and knows it as ours.
+        fileSaved(*archive, name, false);
         setFileName(name);
         updateRevisions(this, d->savedRevision, d->snapshotRevision);
-        setModified(false);
+        // Text typed while the save ran is in no file yet.
+        if (revision() == d->snapshotRevision)
+            setModified(false);
     }
-    archive->closeFile(device);
-    ProjectFile::toFile(*archive, name, flags & ~spaceToTabFlag, job);
+    ProjectFile::toFile(*archive, name, flags & ~(spaceToTabFlag | writeFailedFlag), job);
     if (job)
         job->setValue(1);
+    return true;
 }
 
 void CodeDocument::reload()

@@ -154,6 +154,8 @@ CodeNode::~CodeNode()
 
 void CodeNode::release()
 {
+    if (!isValid())
+        return; // already free: a second entry in the free list would hand the block out twice
     // Leave the tree while the object is whole: views may still read it during the removal.
     if (parentNode)
         parentNode->removeChild(this);
@@ -778,7 +780,7 @@ GroupCode::GroupCode(const QTextBlock &block, CodeNode *previous, unsigned int s
 
 GroupCode::~GroupCode()
 {
-    if (valueList.isEmpty())
+    if (valueList.isEmpty() && groupList.isEmpty())
         return;
     GroupCode *above = nullptr;
     for (CodeNode *node = previous(); node; node = node->previous()) {
@@ -796,6 +798,14 @@ GroupCode::~GroupCode()
     } else {
         while (!valueList.isEmpty())
             removeChild(valueList.last());
+    }
+    while (!groupList.isEmpty()) {
+        if (above && above != groupList.first())
+            above->insertChild(groupList.first(), above->childCount());
+        else if (chainRoot())
+            insertRootChild(groupList.first());
+        else
+            removeChild(groupList.first());
     }
 }
 
@@ -820,36 +830,63 @@ int GroupCode::lastLine() const
 
 unsigned int GroupCode::childCount() const
 {
-    return unsigned(valueList.size());
+    return unsigned(valueList.size() + groupList.size());
 }
 
 int GroupCode::childIndex(CodeNode *node) const
 {
+    if (node && node->type() == Group) {
+        const int at = groupList.indexOf(node);
+        return at < 0 ? -1 : valueList.size() + at;
+    }
     if (!node || node->type() != Value)
         return -1;
-    return valueList.indexOf(static_cast<ValueCode *>(node));
+    // Outward from the row met last: a load asks for the value just appended, a reparse drops
+    // values from the end, a pass walks them in order; a scan from the front would make each
+    // of these quadratic in the size of a section.
+    const ValueCode *value = static_cast<const ValueCode *>(node);
+    const int count = valueList.size();
+    const int hint = qBound(0, lastRow, count);
+    for (int up = hint, down = hint - 1; up < count || down >= 0; ++up, --down) {
+        if (up < count && valueList.at(up) == value)
+            return lastRow = up;
+        if (down >= 0 && valueList.at(down) == value)
+            return lastRow = down;
+    }
+    return -1;
 }
 
 CodeNode *GroupCode::childAt(unsigned int index) const
 {
-    return index < unsigned(valueList.size()) ? valueList.at(int(index)) : nullptr;
+    if (index < unsigned(valueList.size()))
+        return valueList.at(int(index));
+    return groupList.value(int(index) - valueList.size());
 }
 
 void GroupCode::insertChild(CodeNode *node, unsigned int index)
 {
-    // Only values are kept in the list; anything else just takes this node as its parent.
-    if (node->type() != Value) {
+    // Values and groups are kept in the lists; anything else just takes this node as its
+    // parent.
+    const bool group = node->type() == Group;
+    if (node->type() != Value && !group) {
         ParentCode::insertChild(node, index);
         return;
     }
     if (node->parent() == this)
         removeChild(node);
-    index = qMin(index, childCount());
+    // Values come first, groups behind them.
+    const unsigned int first = group ? unsigned(valueList.size()) : 0;
+    index = qBound(first, index, group ? childCount() : unsigned(valueList.size()));
     beginInsert(this, int(index));
     if (ParentCode *old = node->parent())
         old->removeChild(node);
     setParentOf(node, this);
-    valueList.insert(int(index), static_cast<ValueCode *>(node));
+    if (group) {
+        groupList.insert(int(index - first), node);
+    } else {
+        valueList.insert(int(index), static_cast<ValueCode *>(node));
+        lastRow = int(index);
+    }
     endInsert();
 }
 
@@ -863,7 +900,10 @@ void GroupCode::removeChild(CodeNode *node)
     // The parent pointer stays until the row has gone, so that a view that asks for the
     // parent of the row during the removal gets the right answer.
     beginRemove(this, row);
-    valueList.removeAt(row);
+    if (row < valueList.size())
+        valueList.removeAt(row);
+    else
+        groupList.removeAt(row - valueList.size());
     setParentOf(node, nullptr);
     endRemove();
 }
@@ -914,6 +954,8 @@ RootCode::RootCode(int fileType)
 RootCode::~RootCode()
 {
     destroy();
+    if (s_lastParent.model() == this)
+        s_lastParent = QModelIndex();
 }
 
 void RootCode::destroy()
@@ -998,8 +1040,9 @@ QModelIndex RootCode::parent(const QModelIndex &index) const
     if (!index.isValid())
         return QModelIndex();
     const CodeNode *node = nodeOf(index);
+    // The parent that the last removal stored, if it was this model's.
     if (!isValid(node))
-        return s_lastParent;
+        return s_lastParent.model() == this ? s_lastParent : QModelIndex();
     ParentCode *up = node->CodeNode::parent();
     if (!up || up->type() == Root)
         return QModelIndex();

@@ -232,14 +232,16 @@ private:
     QVariant stored;
 };
 
-// A section header; owns (in the tree) the values below it up to the next header.
+// A section header; owns (in the tree) the values below it up to the next header, and
+// the groups that a module nests in it, which follow the values in the model.
 class ZORNX_EXPORT GroupCode : public ParentCode, public NamedCode
 {
 public:
     // Adopts the values behind it in the chain, up to the next header. A concrete class
     // places itself, for example with insertRootChild(this).
     GroupCode(const QTextBlock &block, CodeNode *previous, unsigned int subType);
-    // Gives the values to the nearest group above, or leaves them without a parent.
+    // Gives the values and the nested groups to the nearest group above; without one, the
+    // nested groups go to the root and the values are left without a parent.
     ~GroupCode() override;
 
     int lastLine() const override;
@@ -265,7 +267,9 @@ public:
 
 private:
     QList<ValueCode *> valueList; // not owned
+    QList<CodeNode *> groupList;  // nested groups, not owned
     unsigned int groupSubType;
+    mutable int lastRow = 0; // where childIndex starts looking
 };
 
 // The root of a tree, and the one-column model of it.

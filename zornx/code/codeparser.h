@@ -80,7 +80,9 @@ public:
     virtual ~CodeLink();
     virtual bool open() = 0;
 
-    int start; // positions in the document
+    // Positions in the document, as the parser gives them; CodeBlockData::links() brings
+    // them up to date with the line's place.
+    int start;
     int end;
 };
 

@@ -111,9 +111,31 @@ bool hasHighBytes(const QByteArray &data)
 
 int TextCodecsPrivate::defaultCodec = 0;
 
-QVector<TextCodecItem> &TextCodecsPrivate::items()
+const QVector<TextCodecItem> &TextCodecsPrivate::items()
 {
-    static QVector<TextCodecItem> list;
+    // Built once, on first use, by whichever thread comes first; never changed afterwards,
+    // so that a save worker may read it while a host initializes.
+    static const QVector<TextCodecItem> list = [] {
+        QVector<TextCodecItem> built;
+        const QList<int> mibs = QTextCodec::availableMibs();
+        for (int mib : mibs) {
+            QTextCodec *codec = QTextCodec::codecForMib(mib);
+            if (!codec)
+                continue;
+            TextCodecItem item;
+            item.mib = mib;
+            item.names.append(codec->name());
+            item.names.append(codec->aliases());
+            classify(item);
+            built.append(item);
+        }
+        // Stable, so that ids stay the same from one run to the next on one Qt build.
+        std::stable_sort(built.begin(), built.end(),
+                         [](const TextCodecItem &a, const TextCodecItem &b) {
+                             return a.labelId < b.labelId;
+                         });
+        return built;
+    }();
     return list;
 }
 
@@ -169,24 +191,7 @@ QByteArray TextCodecsPrivate::detectorAnswer(const QByteArray &data)
 
 void TextCodecs::initialize()
 {
-    QVector<TextCodecItem> &list = TextCodecsPrivate::items();
-    list.clear();
-    const QList<int> mibs = QTextCodec::availableMibs();
-    for (int mib : mibs) {
-        QTextCodec *codec = QTextCodec::codecForMib(mib);
-        if (!codec)
-            continue;
-        TextCodecItem item;
-        item.mib = mib;
-        item.names.append(codec->name());
-        item.names.append(codec->aliases());
-        TextCodecsPrivate::classify(item);
-        list.append(item);
-    }
-    // Stable, so that ids stay the same from one run to the next on one Qt build.
-    std::stable_sort(list.begin(), list.end(), [](const TextCodecItem &a, const TextCodecItem &b) {
-        return a.labelId < b.labelId;
-    });
+    TextCodecsPrivate::items();
 }
 
 int TextCodecs::count()

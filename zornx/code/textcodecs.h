@@ -12,11 +12,12 @@ namespace Zorn {
 
 // The table of every text codec that Qt offers, ordered and labelled for people, and the
 // detection of a text's encoding. A codec id is an index into the table. All members are
-// static over one global table; initialize() must run before any text is read.
+// static over one global table, built once on first use from any thread.
 class ZORNX_EXPORT TextCodecs
 {
 public:
-    // Empties and refills the table from QTextCodec::availableMibs(), sorted by label.
+    // Builds the table from QTextCodec::availableMibs(), sorted by label, unless it is built;
+    // any number of calls, from any thread, see one table.
     static void initialize();
     static int count();
 

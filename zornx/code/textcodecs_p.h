@@ -21,7 +21,8 @@ struct TextCodecItem
 
 struct TextCodecsPrivate
 {
-    static QVector<TextCodecItem> &items();
+    // The table, built on first use.
+    static const QVector<TextCodecItem> &items();
     static int defaultCodec;
 
     // Position of the first item bearing `name`, ignoring case; -1 when none does.

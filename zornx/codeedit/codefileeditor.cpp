@@ -10,7 +10,6 @@
 #include <zornx/core/messages.h>
 #include <zornx/editor/menu.h>
 
-#include <QtCore/QSet>
 #include <QtGui/QClipboard>
 #include <QtGui/QTextBlock>
 #include <QtWidgets/QAction>
@@ -19,7 +18,7 @@
 
 namespace Zorn {
 
-CodeFileEditorPrivate::CodeFileEditorPrivate(CodeFileEditor *editor) : QObject(editor), q(editor) {}
+CodeFileEditorPrivate::CodeFileEditorPrivate(CodeFileEditor *editor) : QObject(editor) {}
 
 QModelIndexList CodeFileEditorPrivate::selectedNodes(bool outermost) const
 {
@@ -114,7 +113,7 @@ CodeFileEditor::CodeFileEditor(CodeWorkspace *workspace, const char *treeName)
         d->tree = qobject_cast<QTreeView *>(interface->registerAction(treeName, entry));
     }
     if (d->tree) {
-        d->nodeMenu = new Menu(d->tree);
+        d->nodeMenu = new Menu;
         void (CodeFileEditorPrivate::*const handlers[])() = {
             &CodeFileEditorPrivate::deleteNode, &CodeFileEditorPrivate::cutNode,
             &CodeFileEditorPrivate::copyNode, &CodeFileEditorPrivate::pasteBefore,
@@ -154,8 +153,10 @@ void CodeFileEditor::activate()
 {
     FileEditor::activate();
     CodeEditor *editor = workspace->editor();
-    connect(editor, &CodeEditor::currentLineChanged, this, &CodeFileEditor::currLineChanged);
-    connect(editor, &CodeEditor::cursorChanged, this, &CodeFileEditor::cursorChanged);
+    connect(editor, &CodeEditor::currentLineChanged, this, &CodeFileEditor::currLineChanged,
+            Qt::UniqueConnection);
+    connect(editor, &CodeEditor::cursorChanged, this, &CodeFileEditor::cursorChanged,
+            Qt::UniqueConnection);
     if (interface)
         interface->setWorkspace(workspace);
 }

@@ -61,7 +61,6 @@ protected Q_SLOTS:
     void selectedItem(const QModelIndex &index);
 
 private:
-    friend class CodeFileEditorPrivate;
     CodeFileEditorPrivate *d;
 };
 

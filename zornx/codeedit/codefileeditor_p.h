@@ -5,6 +5,7 @@
 
 #include <QtCore/QModelIndex>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 
 class QAction;
 class QTreeView;
@@ -22,9 +23,9 @@ public:
     // The selected rows, without those whose ancestor is selected too.
     QModelIndexList selectedNodes(bool outermost) const;
 
-    CodeFileEditor *q;
     CodeDocument *document = nullptr;
-    QTreeView *tree = nullptr;
+    // The host's; it may go first.
+    QPointer<QTreeView> tree;
     Menu *nodeMenu = nullptr;
     QAction *nodeActions[5] = {};
     QModelIndex menuIndex;

@@ -91,7 +91,7 @@ int GoToDlg::line() const
 CodeWorkspace::EditorDocumentHook CodeWorkspacePrivate::editorDocumentHook = nullptr;
 
 CodeWorkspacePrivate::CodeWorkspacePrivate(CodeWorkspace *workspace, Interface &iface)
-    : QObject(workspace), q(workspace), iface(iface)
+    : QObject(workspace), iface(iface)
 {
     if (TextCodecs::count() == 0)
         TextCodecs::initialize();
@@ -206,8 +206,10 @@ CodeWorkspacePrivate::CodeWorkspacePrivate(CodeWorkspace *workspace, Interface &
 
 CodeWorkspacePrivate::~CodeWorkspacePrivate()
 {
-    editor->setDocument(nullptr);
-    delete widget;
+    if (widget) {
+        editor->setDocument(nullptr);
+        delete widget;
+    }
 }
 
 CodeDocument *CodeWorkspacePrivate::writableDocument() const
@@ -279,11 +281,10 @@ void CodeWorkspacePrivate::goToLine()
     editor->setCurrentLine(uint(target), CodeEditor::PageBelow);
 }
 
-bool CodeWorkspacePrivate::findMessage(int type, bool forward)
+void CodeWorkspacePrivate::findMessage(int type, bool forward)
 {
-    CodeDocument *document = writableDocument();
-    if (!document)
-        return false;
+    if (!writableDocument())
+        return;
     QTextCursor cursor = editor->textCursor();
     QTextBlock block = cursor.block();
     const int column = cursor.position() - block.position();
@@ -315,10 +316,9 @@ bool CodeWorkspacePrivate::findMessage(int type, bool forward)
         }
     }
     if (start < 0)
-        return false;
+        return;
     cursor.setPosition(block.position() + start);
     editor->setTextCursor(cursor);
-    return true;
 }
 
 void CodeWorkspacePrivate::prevError()
@@ -602,7 +602,8 @@ void CodeWorkspace::activate()
 {
     Workspace::activate();
     d->toolBar->setVisible(d->toolBarAction->isChecked());
-    d->toolBarAction->setChecked(d->iface.option(QStringLiteral("show_code_bar"), QVariant()).toBool());
+    const QVariant shown = d->iface.option(QStringLiteral("show_code_bar"), QVariant());
+    d->toolBarAction->setChecked(shown.toBool());
     d->toolBarAction->setEnabled(true);
     d->codeMenu->setEnabled(true);
     d->encodingMenu->setEnabled(true);

@@ -56,7 +56,6 @@ public Q_SLOTS:
     void zoomOut() override;
 
 private:
-    friend class CodeWorkspacePrivate;
     CodeWorkspacePrivate *d;
 };
 

@@ -5,6 +5,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QPoint>
+#include <QtCore/QPointer>
 #include <QtWidgets/QDialog>
 
 class QAction;
@@ -55,15 +56,15 @@ public:
     void showEncoding();
     // The encoding change of encTriggered() and of the dialog.
     void changeCodec(int id);
-    // Moves to the next (or previous) message of type; false when there is none.
-    bool findMessage(int type, bool forward);
+    // Moves to the next (or previous) message of type, if there is one.
+    void findMessage(int type, bool forward);
     // The font of the editor, of its document and of the hooked text view.
     void applyFont(const QFont &font);
     QString dataDirectory() const;
 
-    CodeWorkspace *q;
     Interface &iface;
-    QWidget *widget;
+    // Shown by the host, which may destroy it first.
+    QPointer<QWidget> widget;
     QToolBar *toolBar;
     CodeEditor *editor;
     QLabel *noDocument;

@@ -54,10 +54,9 @@ void showReaderError(Interface *iface, const SnippetContent &content)
     if (content.errorString.isEmpty() || !iface)
         return;
     QMessageBox::critical(iface->mainWidget(), iface->text(0),
-                          iface->text(1)
-                              .arg(content.errorString)
-                              .arg(content.errorLine)
-                              .arg(content.errorColumn),
+                          iface->text(1).arg(content.errorString,
+                                             QString::number(content.errorLine),
+                                             QString::number(content.errorColumn)),
                           QMessageBox::Ok);
 }
 

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Zorn {
@@ -343,6 +344,18 @@ int liveWatchObjects = 0;
 FileWatcherManager *watcherManager = nullptr;
 } // namespace
 
+FileStamp FileStamp::of(const QString &name)
+{
+    FileStamp stamp;
+    struct stat info;
+    if (::stat(QFile::encodeName(name).constData(), &info) == 0) {
+        stamp.size = qint64(info.st_size);
+        stamp.modified = qint64(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
+        stamp.inode = quint64(info.st_ino);
+    }
+    return stamp;
+}
+
 FileWatcherManager::FileWatcherManager()
 {
     connect(&watcher, &QFileSystemWatcher::fileChanged, this, &FileWatcherManager::fileChanged);
@@ -359,6 +372,7 @@ void FileWatcherManager::detach(FileWatchObject *object, const QString &name)
     if (it == entries.end())
         return;
     it->objects.removeAll(object);
+    it->shown.remove(object);
     if (it->objects.isEmpty()) {
         entries.erase(it);
         if (!name.isEmpty())
@@ -378,12 +392,17 @@ void FileWatcherManager::fileChanged(const QString &path)
     const bool enabled =
         !host || host->option(QStringLiteral("enable_file_watcher"), QVariant()).toBool();
     if (enabled && !entries[path].asking) {
+        ++busy;
+        const FileStamp now = FileStamp::of(path);
         QList<FileWatchObject *> collected;
-        for (FileWatchObject *object : qAsConst(entries[path].objects)) {
+        Entry &entry = entries[path];
+        for (FileWatchObject *object : qAsConst(entry.objects)) {
             if (object->skipNext)
                 object->skipNext = 0;
-            else
+            else if (!(entry.shown.value(object) == now))
                 collected.append(object);
+            // Asked once for this version of the file, whatever the answer.
+            entry.shown.insert(object, now);
         }
         if (!collected.isEmpty()) {
             entries[path].asking = true;
@@ -403,6 +422,10 @@ void FileWatcherManager::fileChanged(const QString &path)
             auto it = entries.find(path);
             if (it != entries.end())
                 it->asking = false;
+        }
+        if (--busy == 0 && orphaned) {
+            deleteLater(); // the watcher is still in the middle of its signal
+            return;
         }
     }
     // A file replaced by a save drops out of the watcher; watch the new one.
@@ -426,7 +449,10 @@ FileWatchObject::~FileWatchObject()
         }
     }
     if (--liveWatchObjects == 0) {
-        delete watcherManager;
+        if (watcherManager->busy > 0)
+            watcherManager->orphaned = true; // its slot deletes it on the way out
+        else
+            delete watcherManager;
         watcherManager = nullptr;
     }
 }
@@ -438,34 +464,32 @@ void FileWatchObject::pauseWatch(bool pause)
 
 void FileWatchObject::fileLoaded(Archive &archive, const QString &name, bool copy)
 {
-    watch(archive, name, copy, false);
+    watch(archive, name, copy);
 }
 
 void FileWatchObject::fileSaved(Archive &archive, const QString &name, bool copy)
 {
-    watch(archive, name, copy, true);
+    watch(archive, name, copy);
 }
 
-void FileWatchObject::watch(Archive &archive, const QString &name, bool copy, bool saved)
+void FileWatchObject::watch(Archive &archive, const QString &name, bool copy)
 {
     if (copy || &archive != &FileSystemArchive::instance())
         return;
     FileWatcherManager *manager = watcherManager;
     const QString old = fileName();
-    if (old == name && manager->watcher.files().contains(name)) {
-        if (saved)
-            skipNext = 1;
-        return;
+    if (old != name || !manager->watcher.files().contains(name)) {
+        manager->detach(this, old);
+        if (name.isEmpty())
+            return;
+        FileWatcherManager::Entry &entry = manager->entries[name];
+        if (entry.objects.isEmpty())
+            manager->watcher.addPath(name);
+        entry.objects.append(this);
     }
-    manager->detach(this, old);
-    if (name.isEmpty())
-        return;
-    FileWatcherManager::Entry &entry = manager->entries[name];
-    if (entry.objects.isEmpty())
-        manager->watcher.addPath(name);
-    entry.objects.append(this);
-    if (saved)
-        skipNext = 1; // our own write raises a notification
+    // This object shows the file as it is now; its own write raises a notification of a
+    // file that it already shows, however many saves run before the notification comes.
+    manager->entries[name].shown.insert(this, FileStamp::of(name));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -111,12 +111,13 @@ public:
 
     // Call after reading name (before fileName() changes to it).
     void fileLoaded(Archive &archive, const QString &name, bool copy);
-    // Call after writing name (before fileName() changes to it).
+    // Call once name is written and in place (before fileName() changes to it): the
+    // notification of this object's own write is then no change to it.
     void fileSaved(Archive &archive, const QString &name, bool copy);
 
 private:
     friend class FileWatcherManager;
-    void watch(Archive &archive, const QString &name, bool copy, bool saved);
+    void watch(Archive &archive, const QString &name, bool copy);
     int skipNext;
 };
 
