@@ -5,7 +5,9 @@
 #                          the same under ThreadSanitizer, in build-tsan/. Qt is not built with
 #                          it: tests/tsan.supp suppresses what Qt orders internally, naming Qt
 #                          code only.
-#   make demo              builds and runs the example host
+#   make demo              builds and starts the studio on a copy of the sample game; without
+#                          a display, runs the example host and writes studio screenshots
+#                          into the build directory
 #   make bench             builds and runs the benchmarks
 #   make fuzz              builds the libFuzzer targets with clang (build-fuzz/) and runs each
 #                          for FUZZ_SECONDS (default 60) on seeds written by the library
@@ -49,8 +51,25 @@ else
 		ctest --output-on-failure -j$(JOBS)
 endif
 
+# The studio edits a copy of the sample game, made once, so that the sources stay as they are.
+DEMO_GAME = $(BUILD)/demo-game
+STUDIO = $(BUILD)/apps/studio/studio
+
 demo: build
-	$(BUILD)/examples/minimal-host/minimal-host
+	@test -d $(DEMO_GAME) || cp -r examples/sample-game $(DEMO_GAME)
+	@if [ -n "$$DISPLAY" ]; then \
+		$(STUDIO) --open chars/lantern/lantern.moves $(DEMO_GAME); \
+	else \
+		$(BUILD)/examples/minimal-host/minimal-host || exit 1; \
+		if command -v xvfb-run >/dev/null; then run="xvfb-run -a"; \
+		else run="env QT_QPA_PLATFORM=offscreen"; fi; \
+		$$run $(STUDIO) --settings $(BUILD)/demo-settings/studio.ini \
+			--screenshot $(BUILD)/studio.png $(DEMO_GAME) && \
+		$$run $(STUDIO) --settings $(BUILD)/demo-settings/studio.ini \
+			--screenshot $(BUILD)/studio-code.png --open chars/lantern/lantern.moves \
+			$(DEMO_GAME) && \
+		echo "Studio screenshots: $(BUILD)/studio.png $(BUILD)/studio-code.png"; \
+	fi
 
 bench: deps
 	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZORNX_BUILD_BENCH=ON

@@ -46,4 +46,8 @@
 #include <zornx/image/imagecodecs.h>
 #include <zornx/image/imageoperations.h>
 
+#include <zornx/codeedit/codefileeditor.h>
+#include <zornx/codeedit/codeworkspace.h>
+#include <zornx/codeedit/snippets.h>
+
 #endif
