@@ -179,6 +179,19 @@ void projectSeeds()
     seed("projectfile", "main-only", "name = Two\nanimations = , ,a.ini\n");
 }
 
+// Snippet files in the layout that the snippet editor writes.
+void snippetSeeds()
+{
+    seed("snippet", "fields",
+         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<snippet>\r\n\r\n"
+         "\t<field name=\"power\" title=\"Power &amp; more\" type=\"int\" column=\"2\"/>\r\n"
+         "\t<field name=\"side\" title=\"Side\" type=\"items\" value=\"l,r\" "
+         "value_title=\"Left,Right\"/>\r\n\r\n\t<code>\r\n\t\tgo = @power\r\n"
+         "\t\tside = @side CURSOR\r\n\t</code>\r\n\r\n</snippet>");
+    seed("snippet", "latin1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>"
+                              "<s><code>name = \xe9</code></s>");
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -194,5 +207,6 @@ int main(int argc, char **argv)
     engineSeeds();
     zipSeeds(QStringLiteral(ZORNX_PLUGIN_DIR));
     projectSeeds();
+    snippetSeeds();
     return 0;
 }
