@@ -1,4 +1,4 @@
-#include "testcode.h"
+#include "samplecode.h"
 
 #include <zornx/code/codeblockdata.h>
 #include <zornx/core/messages.h>
@@ -8,7 +8,7 @@
 
 using namespace Zorn;
 
-namespace ZornTest {
+namespace Sample {
 
 namespace {
 
@@ -92,7 +92,8 @@ bool isNumeric(ValueCode::Type type)
 }
 
 ParsedValue parseValue(const QString &text, int start, int end, int equals, unsigned int context,
-                       const QTextBlock &block, CodeParserSyntax *syntax)
+                       const QTextBlock &block, CodeParserSyntax *syntax,
+                       const Parser &parser)
 {
     using Syntax = CodeParserSyntax;
     ParsedValue parsed;
@@ -101,7 +102,7 @@ ParsedValue parseValue(const QString &text, int start, int end, int equals, unsi
         if (syntax) {
             syntax->setToken(Syntax::Function, start, end);
             const int base = block.position();
-            syntax->addLink(new TestCodeLink(base + start, base + end, target));
+            syntax->addLink(parser.createLink(base + start, base + end, target));
         }
     };
 
@@ -176,7 +177,7 @@ ParsedValue parseValue(const QString &text, int start, int end, int equals, unsi
                     continue;
                 }
             }
-            const int index = TestValueCode::keywords().indexOf(element.text.toLower());
+            const int index = ValueNode::keywords().indexOf(element.text.toLower());
             if (index >= 0) {
                 ++keywords;
                 indices.append(QVariant(uint(index)));
@@ -260,12 +261,12 @@ ParsedValue parseValue(const QString &text, int start, int end, int equals, unsi
 // ---------------------------------------------------------------------------------------------
 // Nodes
 
-TestValueCode::TestValueCode(Type type, const QTextBlock &block, CodeNode *previous,
+ValueNode::ValueNode(Type type, const QTextBlock &block, CodeNode *previous,
                              const QVariant &value, const QString &key)
     : ValueCode(type, block, previous, value), key(key)
 {}
 
-const QStringList &TestValueCode::keywords()
+const QStringList &ValueNode::keywords()
 {
     static const QStringList words = {QStringLiteral("none"),  QStringLiteral("left"),
                                       QStringLiteral("right"), QStringLiteral("up"),
@@ -274,12 +275,12 @@ const QStringList &TestValueCode::keywords()
     return words;
 }
 
-QString TestValueCode::keyword(unsigned int index) const
+QString ValueNode::keyword(unsigned int index) const
 {
     return keywords().value(int(index));
 }
 
-void TestValueCode::setName(const QString &name)
+void ValueNode::setName(const QString &name)
 {
     QString value = asString(this, valueType(), rawValue(), QLatin1Char(','));
     if (valueType() == String || valueType() == File)
@@ -294,28 +295,28 @@ void TestValueCode::setName(const QString &name)
     change(name + QStringLiteral(" = ") + value);
 }
 
-TestGroupCode::TestGroupCode(const QTextBlock &block, CodeNode *previous, unsigned int subType,
+GroupNode::GroupNode(const QTextBlock &block, CodeNode *previous, unsigned int subType,
                              const QString &title)
     : GroupCode(block, previous, subType), title(title)
 {
     insertRootChild(this);
 }
 
-void TestGroupCode::setName(const QString &name)
+void GroupNode::setName(const QString &name)
 {
     change(QLatin1Char('[') + name + QLatin1Char(']'));
 }
 
-void TestGroupCode::rename(const QString &newTitle)
+void GroupNode::rename(const QString &newTitle)
 {
     title = newTitle;
     valueChanged(newTitle);
 }
 
-ValueCode *TestGroupCode::insertValue(unsigned int index, const QString &name, const QString &value,
+ValueCode *GroupNode::insertValue(unsigned int index, const QString &name, const QString &value,
                                       bool flag)
 {
-    CodeDocument *doc = document();
+    Zorn::CodeDocument *doc = document();
     ValueCode *at = valueAt(index);
     if (!doc || !at)
         return addValue(name, value, flag);
@@ -326,9 +327,9 @@ ValueCode *TestGroupCode::insertValue(unsigned int index, const QString &name, c
     return dynamic_cast<ValueCode *>(doc->nodeInBlock(doc->findBlockByNumber(line)));
 }
 
-ValueCode *TestGroupCode::addValue(const QString &name, const QString &value, bool flag)
+ValueCode *GroupNode::addValue(const QString &name, const QString &value, bool flag)
 {
-    CodeDocument *doc = document();
+    Zorn::CodeDocument *doc = document();
     if (!doc)
         return nullptr;
     const QString text =
@@ -339,31 +340,12 @@ ValueCode *TestGroupCode::addValue(const QString &name, const QString &value, bo
     return dynamic_cast<ValueCode *>(doc->nodeInBlock(doc->findBlockByNumber(line)));
 }
 
-int TestCodeLink::alive = 0;
-
-TestCodeLink::TestCodeLink(int start, int end, const QString &target)
-    : CodeLink(start, end), target(target)
-{
-    ++alive;
-}
-
-TestCodeLink::~TestCodeLink()
-{
-    --alive;
-}
-
-std::function<bool(TestCodeLink *)> TestCodeLink::onOpen;
-
-bool TestCodeLink::open()
-{
-    ++opened;
-    return onOpen ? onOpen(this) : true;
-}
+std::function<bool(Link *)> Link::opener;
 
 // ---------------------------------------------------------------------------------------------
 // Parser
 
-unsigned int TestParser::sectionType(const QString &title)
+unsigned int Parser::sectionType(const QString &title)
 {
     const QString word = title.section(QLatin1Char(' '), 0, 0, QString::SectionSkipEmpty).toLower();
     if (word == QLatin1String("info"))
@@ -379,18 +361,10 @@ unsigned int TestParser::sectionType(const QString &title)
     return OtherSection;
 }
 
-CodeNode *TestParser::parse(const QString &text, QTextBlock *block, CodeNode *oldNode,
+CodeNode *Parser::parse(const QString &text, QTextBlock *block, CodeNode *oldNode,
                             CodeNode *insertAfter, RootCode *, CodeParserSyntax *syntax)
 {
     using Syntax = CodeParserSyntax;
-    ++calls;
-    if (recordLines)
-        lines.append(block->blockNumber());
-    if (syntax)
-        ++syntaxGiven;
-    if (onParse)
-        onParse(text);
-
     const int comment = commentStart(text);
     if (comment < text.size() && syntax)
         syntax->setToken(Syntax::Comment, comment, text.size());
@@ -431,14 +405,14 @@ CodeNode *TestParser::parse(const QString &text, QTextBlock *block, CodeNode *ol
                         .arg(title.section(QLatin1Char(' '), 0, 0, QString::SectionSkipEmpty)),
                     start + 1, innerEnd);
         }
-        if (keepNodes && oldNode && oldNode->type() == CodeNode::Group
+        if (reuseNodes() && oldNode && oldNode->type() == CodeNode::Group
             && static_cast<GroupCode *>(oldNode)->subType() == subType) {
-            auto *group = static_cast<TestGroupCode *>(oldNode);
+            auto *group = static_cast<GroupNode *>(oldNode);
             if (group->title != title)
                 group->rename(title);
             return group;
         }
-        return new TestGroupCode(*block, insertAfter, subType, title);
+        return new GroupNode(*block, insertAfter, subType, title);
     }
 
     const int equals = text.indexOf(QLatin1Char('='), start);
@@ -470,7 +444,7 @@ CodeNode *TestParser::parse(const QString &text, QTextBlock *block, CodeNode *ol
     int valueEnd = end;
     trim(text, valueStart, valueEnd);
     const ParsedValue parsed =
-        parseValue(text, valueStart, valueEnd, equals, contextOf(insertAfter), *block, syntax);
+        parseValue(text, valueStart, valueEnd, equals, contextOf(insertAfter), *block, syntax, *this);
     if (syntax) {
         // Brackets in values pair up across lines, for the editor's matching.
         bool quoted = false;
@@ -483,39 +457,26 @@ CodeNode *TestParser::parse(const QString &text, QTextBlock *block, CodeNode *ol
         }
     }
 
-    if (keepNodes && oldNode && oldNode->type() == CodeNode::Value) {
-        auto *value = static_cast<TestValueCode *>(oldNode);
+    if (reuseNodes() && oldNode && oldNode->type() == CodeNode::Value) {
+        auto *value = static_cast<ValueNode *>(oldNode);
         if (value->key == key && value->valueType() == parsed.type) {
             if (value->rawValue() != parsed.value)
                 value->update(parsed.value);
             return value;
         }
     }
-    return new TestValueCode(parsed.type, *block, insertAfter, parsed.value, key);
+    return new ValueNode(parsed.type, *block, insertAfter, parsed.value, key);
 }
 
 // ---------------------------------------------------------------------------------------------
 // Document
 
-TestCodeDocument::TestCodeDocument(CodeParser *parser, short fileType) : CodeDocument(fileType)
+CodeDocument::CodeDocument(CodeParser *parser, short fileType) : Zorn::CodeDocument(fileType)
 {
     setParser(parser ? parser : &ownParser);
 }
 
-TestCodeDocument::~TestCodeDocument()
-{
-    if (destroyed)
-        *destroyed = true;
-}
-
-void TestCodeDocument::codeUpdated()
-{
-    ++updates;
-    if (onCodeUpdated)
-        onCodeUpdated();
-}
-
-void TestCodeDocument::formatLines(int firstLine, int lastLine, bool indentOnly)
+void CodeDocument::formatLines(int firstLine, int lastLine, bool indentOnly)
 {
     beginChange();
     for (int line = qMax(firstLine, 0); line <= lastLine && line < blockCount(); ++line) {
@@ -544,178 +505,22 @@ void TestCodeDocument::formatLines(int firstLine, int lastLine, bool indentOnly)
     endChange();
 }
 
-TestNodeFile::~TestNodeFile()
-{
-    if (destroyed)
-        *destroyed = true;
-}
-
-void TestNodeFile::insertChild(CodeNode *node, unsigned int index)
+void NodeFile::insertChild(CodeNode *node, unsigned int index)
 {
     nodes.insert(int(qMin(index, unsigned(nodes.size()))), node);
 }
 
-void TestNodeFile::removeChild(CodeNode *node)
+void NodeFile::removeChild(CodeNode *node)
 {
     nodes.removeAll(node);
 }
 
-void TestNodeFile::childChanged(CodeNode *)
-{
-    ++changes;
-}
-
-QStringList TestNodeFile::titles() const
+QStringList NodeFile::titles() const
 {
     QStringList out;
     for (const CodeNode *node : nodes)
-        out.append(static_cast<const TestGroupCode *>(node)->title);
+        out.append(static_cast<const GroupNode *>(node)->title);
     return out;
 }
 
-// ---------------------------------------------------------------------------------------------
-// Descriptions
-
-QString generateCode(int lineCount)
-{
-    static const char *const headers[] = {"[Data]", "[Info]", "[State %1]", "[Files]"};
-    QString text;
-    text.reserve(lineCount * 16);
-    int kind = 0;
-    for (int line = 0; line < lineCount; ++line) {
-        const int row = line % 20;
-        if (row == 0) {
-            kind = (line / 20) % 4;
-            text += kind == 2 ? QString::fromLatin1(headers[kind]).arg(line / 20)
-                              : QString::fromLatin1(headers[kind]);
-        } else if (row == 1) {
-            text += QStringLiteral("; section %1").arg(line / 20);
-        } else if (kind == 1) {
-            text += QStringLiteral("name%1 = \"text %2\"").arg(row).arg(line);
-        } else if (kind == 3) {
-            text += QStringLiteral("file%1 = \"f%2.sff\"").arg(row).arg(line);
-        } else if (row % 3 == 0) {
-            text += QStringLiteral("pos%1 = %2, %3").arg(row).arg(line).arg(row);
-        } else {
-            text += QStringLiteral("value%1 = %2").arg(row).arg(line * 7);
-        }
-        text += QLatin1Char('\n');
-    }
-    return text;
-}
-
-namespace {
-
-QString describeFormat(const QTextCharFormat &format)
-{
-    return QStringLiteral("%1/%2/%3/%4/%5")
-        .arg(format.foreground().color().name())
-        .arg(format.fontWeight())
-        .arg(format.fontItalic())
-        .arg(int(format.underlineStyle()))
-        .arg(format.underlineColor().name());
-}
-
-QString describeNode(const CodeNode *node)
-{
-    QString text = QStringLiteral("%1@%2").arg(int(node->type())).arg(node->lineNo());
-    if (node->type() == CodeNode::Group) {
-        const auto *group = static_cast<const TestGroupCode *>(node);
-        text += QStringLiteral(" [%1]#%2").arg(group->title).arg(group->subType());
-    } else if (node->type() == CodeNode::Value) {
-        const auto *value = static_cast<const ValueCode *>(node);
-        text += QStringLiteral(" %1=%2:%3")
-                    .arg(value->name())
-                    .arg(ValueCode::asString(value, value->valueType(), value->rawValue(),
-                                             QLatin1Char(',')))
-                    .arg(int(value->valueType()));
-    }
-    return text;
-}
-
-} // namespace
-
-QString describeDocument(const CodeDocument *document)
-{
-    QStringList lines;
-    for (QTextBlock block = document->begin(); block.isValid(); block = block.next()) {
-        QString line = QStringLiteral("%1 s=%2").arg(block.blockNumber()).arg(block.userState());
-        if (const CodeBlockData *data = CodeBlockData::testBlockData(block)) {
-            line += QStringLiteral(" i=%1 p=%2").arg(data->foldingIndent()).arg(data->isParsed());
-            if (const CodeNode *node = data->codeNode())
-                line += QStringLiteral(" n=") + describeNode(node);
-            for (const CodeBlockData::SyntaxMessage &message : data->syntaxMessages())
-                line += QStringLiteral(" m[%1:%2-%3:%4]")
-                            .arg(message.type)
-                            .arg(message.start)
-                            .arg(message.end)
-                            .arg(message.text);
-            for (const CodeBlockData::Parenthesis &paren : data->parenthesis())
-                line += QStringLiteral(" (%1%2@%3)")
-                            .arg(paren.type)
-                            .arg(paren.character)
-                            .arg(paren.position);
-            for (const CodeLink *link : data->links())
-                line += QStringLiteral(" link=") + static_cast<const TestCodeLink *>(link)->target;
-        } else {
-            line += QStringLiteral(" -");
-        }
-        for (const QTextLayout::FormatRange &range : block.layout()->formats())
-            line += QStringLiteral(" f%1+%2:%3")
-                        .arg(range.start)
-                        .arg(range.length)
-                        .arg(describeFormat(range.format));
-        lines.append(line);
-    }
-    lines.append(QStringLiteral("-- chain"));
-    for (const CodeNode *node = document->root()->next(); node; node = node->next()) {
-        const ParentCode *parent = node->parent();
-        QString place = QStringLiteral("-");
-        if (parent)
-            place = (parent->type() == CodeNode::Root ? QStringLiteral("root")
-                                                      : QString::number(parent->lineNo()))
-                    + QLatin1Char('#')
-                    + QString::number(parent->childIndex(const_cast<CodeNode *>(node)));
-        lines.append(describeNode(node) + QStringLiteral(" in ") + place);
-    }
-    lines.append(QStringLiteral("-- tree ") + describeTree(document->root()));
-    const Messages *messages = document->messages();
-    lines.append(QStringLiteral("-- messages %1 %2 %3")
-                     .arg(messages->count(Message::Error))
-                     .arg(messages->count(Message::Warning))
-                     .arg(messages->count(Message::All)));
-    for (unsigned int i = 0; i < messages->count(Message::All); ++i) {
-        const Message message = messages->at(i, Message::All);
-        lines.append(QStringLiteral("%1 %2:%3 %4")
-                         .arg(int(message.type))
-                         .arg(message.line)
-                         .arg(message.column)
-                         .arg(message.text));
-    }
-    // Read again through a filter, which must not follow the reads above.
-    for (unsigned int i = 0; i < messages->count(Message::Error); ++i)
-        lines.append(QStringLiteral("error %1").arg(messages->at(i, Message::Error).line));
-    return lines.join(QLatin1Char('\n'));
-}
-
-QString describeTree(const RootCode *root)
-{
-    QStringList parts;
-    for (const CodeNode *child : root->childs()) {
-        if (child->type() != CodeNode::Group) {
-            parts.append(describeNode(child));
-            continue;
-        }
-        const auto *group = static_cast<const TestGroupCode *>(child);
-        QStringList values;
-        for (const ValueCode *value : group->values())
-            values.append(value->name() + QLatin1Char('=')
-                          + ValueCode::asString(value, value->valueType(), value->rawValue(),
-                                                QLatin1Char(',')));
-        parts.append(QLatin1Char('[') + group->title + QStringLiteral("](")
-                     + values.join(QLatin1Char(' ')) + QLatin1Char(')'));
-    }
-    return parts.join(QLatin1Char(' '));
-}
-
-} // namespace ZornTest
+} // namespace Sample

@@ -1,19 +1,19 @@
-#ifndef ZORNX_TESTS_TESTCODE_H
-#define ZORNX_TESTS_TESTCODE_H
+#ifndef ZORNX_SAMPLE_SAMPLECODE_H
+#define ZORNX_SAMPLE_SAMPLECODE_H
 
-// The code side of the test engine module: a line parser for the engine's ini-like text
+// The code side of the sample engine module: a line parser for the engine's ini-like text
 // format, the node classes it makes, and a concrete code document.
 //
 //     ; a comment, anywhere
 //     [Data]                 a section header; its first word picks the section type
 //     life = 1000            an integer
 //     scale = 1.5, 2         a vector (here of reals: one real makes the vector real)
-//     name = "Kung Fu Man"   a quoted string
+//     name = "Lantern"       a quoted string
 //     facing = left, up      keywords
 //
 // Messages: errors for lines that do not parse, warnings for unknown sections, unquoted
 // strings, empty values and non-numbers in [Data], deprecations for a few keys. Values in
-// [Files] are file names and carry a link.
+// [Files] are file names and carry a link. See README.md beside this file.
 
 #include <zornx/code/codedocument.h>
 #include <zornx/code/codenode.h>
@@ -24,9 +24,10 @@
 
 #include <functional>
 
-namespace ZornTest {
+namespace Sample {
 
-// Section types, by the first word of the header (case ignored).
+// Section types, by the first word of the header (case ignored). They are the groups'
+// subtypes, which node files and editors select sections by.
 enum SectionType {
     InfoSection = 1,  // "Info"
     DataSection = 2,  // "Data": numbers only
@@ -36,14 +37,15 @@ enum SectionType {
     PlainSection = 0, // "Plain": a section whose kind leaves the line state to the line above
 };
 
-class TestValueCode : public Zorn::ValueCode
+// One "key = value" line.
+class ValueNode : public Zorn::ValueCode
 {
 public:
-    TestValueCode(Type type, const QTextBlock &block, Zorn::CodeNode *previous,
-                  const QVariant &value, const QString &key);
+    ValueNode(Type type, const QTextBlock &block, Zorn::CodeNode *previous,
+              const QVariant &value, const QString &key);
 
     QString name() const override { return key; }
-    // Writes the line anew with the new key.
+    // Writes the line anew with the new key; the parser then updates the node.
     void setName(const QString &name) override;
     QString keyword(unsigned int index) const override;
 
@@ -57,11 +59,12 @@ public:
     QString key;
 };
 
-class TestGroupCode : public Zorn::GroupCode
+// One "[Title]" section; its values are the value lines below it.
+class GroupNode : public Zorn::GroupCode
 {
 public:
-    TestGroupCode(const QTextBlock &block, Zorn::CodeNode *previous, unsigned int subType,
-                  const QString &title);
+    GroupNode(const QTextBlock &block, Zorn::CodeNode *previous, unsigned int subType,
+              const QString &title);
 
     QString name() const override { return title; }
     // Writes the header anew.
@@ -77,67 +80,47 @@ public:
     QString title;
 };
 
-class TestCodeLink : public Zorn::CodeLink
+// A file name in a [Files] section. Opening it is the host's business: the host sets
+// opener (a studio opens the file in its editor); without one, open() does nothing.
+class Link : public Zorn::CodeLink
 {
 public:
-    TestCodeLink(int start, int end, const QString &target);
-    ~TestCodeLink() override;
-    bool open() override;
+    Link(int start, int end, const QString &target) : CodeLink(start, end), target(target) {}
+    bool open() override { return opener ? opener(this) : true; }
 
     QString target;
-    int opened = 0;
-    static int alive; // links not yet deleted
-    static std::function<bool(TestCodeLink *)> onOpen; // the result of open()
+    static std::function<bool(Link *)> opener;
 };
 
-class TestCodeMark : public Zorn::CodeMark
-{
-public:
-    QIcon icon() const override { return QIcon(); }
-    void setLine(int value) override { line = value; }
-    void setBlock(const QTextBlock &value) override { block = value; }
-    void removed() override { ++removals; }
-
-    int line = 0;
-    QTextBlock block;
-    int removals = 0;
-};
-
-// The line parser. It counts its calls and records the block numbers it parsed, so that
-// tests can see how far a change rippled.
-class TestParser : public Zorn::CodeParser
+// The line parser. It is called for one line at a time with the node the line had and the
+// node it follows; it returns the line's node (the old one kept where it still fits, so that
+// views and node files see a change instead of a removal) or null for a line without one.
+// Highlighting, messages, brackets and links go to the syntax object, when one is given.
+class Parser : public Zorn::CodeParser
 {
 public:
     Zorn::CodeNode *parse(const QString &text, QTextBlock *block, Zorn::CodeNode *oldNode,
                           Zorn::CodeNode *insertAfter, Zorn::RootCode *root,
                           Zorn::CodeParserSyntax *syntax) override;
 
-    void resetCounts()
-    {
-        calls = 0;
-        lines.clear();
-        syntaxGiven = 0;
-    }
-
-    int calls = 0;
-    QList<int> lines; // only while recordLines is set
-    bool recordLines = true;
-    int syntaxGiven = 0;   // calls with a syntax object
-    bool keepNodes = true; // return the old node when it still fits the line
-    // Called at the start of every parse, for tests that act from inside the parser.
-    std::function<void(const QString &text)> onParse;
-
     // The section type of a header text, and the subtype the parser gives sections.
     static unsigned int sectionType(const QString &title);
+
+    // The link of a file name; the document owns it through the syntax object.
+    virtual Link *createLink(int start, int end, const QString &target) const
+    {
+        return new Link(start, end, target);
+    }
+    // Whether an old node that still fits the line is kept.
+    virtual bool reuseNodes() const { return true; }
 };
 
-class TestCodeDocument : public Zorn::CodeDocument
+// A code document over the sample format, parsed by its own Parser unless given another.
+class CodeDocument : public Zorn::CodeDocument
 {
     Q_OBJECT
 public:
-    // Parses with its own TestParser unless given another one.
-    explicit TestCodeDocument(Zorn::CodeParser *parser = nullptr, short fileType = -1);
-    ~TestCodeDocument() override;
+    explicit CodeDocument(Zorn::CodeParser *parser = nullptr, short fileType = -1);
 
     // Indenting puts values four blanks in; reformatting also writes "key = value".
     void formatLines(int firstLine, int lastLine, bool indentOnly) override;
@@ -145,49 +128,32 @@ public:
     using Zorn::CodeDocument::reparse;
     using Zorn::CodeDocument::setFileName;
 
-    TestParser ownParser;
-    int updates = 0;
-    std::function<void()> onCodeUpdated;
-    bool *destroyed = nullptr;
+    Parser ownParser;
 
 protected:
-    void codeUpdated() override;
     void free() override { delete this; }
 };
 
-// A node file over the sections of one type.
-class TestNodeFile : public Zorn::CodeNodeFile
+// A node file over the sections of one type: the library hands it the sections as they
+// come and go, in order, and tells it when one changes.
+class NodeFile : public Zorn::CodeNodeFile
 {
 public:
     using Zorn::CodeNodeFile::CodeNodeFile;
-    ~TestNodeFile() override;
 
     void insertChild(Zorn::CodeNode *node, unsigned int index) override;
     void removeChild(Zorn::CodeNode *node) override;
-    void childChanged(Zorn::CodeNode *node) override;
+    void childChanged(Zorn::CodeNode *) override {}
 
     // The titles of the sections held, in order.
     QStringList titles() const;
 
     QList<Zorn::CodeNode *> nodes;
-    int changes = 0;
-    bool *destroyed = nullptr;
 
 protected:
     void free() override { delete this; }
 };
 
-// A well-formed file of lineCount lines: sections of twenty lines (header, comment, values)
-// that cycle through the section types, with no messages.
-QString generateCode(int lineCount);
-
-// A text account of everything the parse left: per line the state, folding depth, parsed
-// flag, messages, parentheses, links and formats; then the chain of nodes with their places
-// in the tree, and the message model. Two documents parsed alike describe alike.
-QString describeDocument(const Zorn::CodeDocument *document);
-// The tree in one line, e.g. "[Data](life=1000 power=3000) [Info](name=KFM)".
-QString describeTree(const Zorn::RootCode *root);
-
-} // namespace ZornTest
+} // namespace Sample
 
 #endif

@@ -1,8 +1,8 @@
-#include "testengine.h"
+#include "sampleengine.h"
 
 #include <zornx/core/object.h>
 
-namespace ZornTest {
+namespace Sample {
 
 bool IniFile::fromFile(Zorn::Archive &archive, const QString &fileName, unsigned int flags,
                        Zorn::JobStats *job)
@@ -62,7 +62,6 @@ bool IniFile::toFile(Zorn::Archive &archive, const QString &fileName, unsigned i
 
 void IniFile::reload()
 {
-    ++reloads;
     fromFile(archive(), name, 0, nullptr);
 }
 
@@ -89,17 +88,14 @@ void IniFile::setValue(const QString &key, const QString &value)
     lines.append(key + QStringLiteral(" = ") + value);
 }
 
-TestParentProject::TestParentProject(const QString &path, Zorn::Archive &archive,
-                                     Zorn::Engine *engine, bool tree)
-    : Zorn::ParentProject(path, archive), testEngine(engine)
+ParentProject::ParentProject(const QString &path, Zorn::Archive &archive, Zorn::Engine *engine)
+    : Zorn::ParentProject(path, archive), gameEngine(engine)
 {
-    if (tree) {
-        addPath(QStringLiteral("chars"), ListDirectories, QStringList());
-        addPath(QStringLiteral("data"), ListFiles, QStringList({QStringLiteral("*.ini")}));
-    }
+    addPath(QStringLiteral("chars"), ListDirectories, QStringList());
+    addPath(QStringLiteral("data"), ListFiles, QStringList({QStringLiteral("*.ini")}));
 }
 
-void TestParentProject::collectFiles(const QString &directory, QStringList &files)
+void ParentProject::collectFiles(const QString &directory, QStringList &files)
 {
     Zorn::Archive &store = archive();
     const QString base = basePath();
@@ -119,7 +115,8 @@ void TestParentProject::collectFiles(const QString &directory, QStringList &file
 
 static const char *const listKeys[] = {nullptr, "sprites", "sounds", "animations", "scripts"};
 
-TestProject *TestProject::open(Zorn::ParentProject *parent, const QString &mainFile)
+Project *Project::load(Zorn::ParentProject *parent, const QString &mainFile,
+                      Project *(*make)(Zorn::ParentProject *, Zorn::ProjectFile *))
 {
     Zorn::Archive &store = parent ? parent->archive() : Zorn::FileSystemArchive::instance();
     auto *main = new IniFile;
@@ -127,7 +124,7 @@ TestProject *TestProject::open(Zorn::ParentProject *parent, const QString &mainF
         main->release();
         return nullptr;
     }
-    auto *project = new TestProject(parent, 0, main, true);
+    Project *project = make(parent, main);
     const QString directory = store.absoluteFilePath(mainFile);
     QList<ExternalFile> files;
     project->externalFiles(files);
@@ -146,13 +143,13 @@ TestProject *TestProject::open(Zorn::ParentProject *parent, const QString &mainF
     return project;
 }
 
-QString TestProject::name() const
+QString Project::name() const
 {
     const auto *main = static_cast<const IniFile *>(mainFile());
     return main->value(QStringLiteral("name"));
 }
 
-void TestProject::externalFiles(QList<ExternalFile> &list) const
+void Project::externalFiles(QList<ExternalFile> &list) const
 {
     const auto *main = static_cast<const IniFile *>(mainFile());
     for (int type = 1; type < 5; ++type) {
@@ -167,11 +164,7 @@ void TestProject::externalFiles(QList<ExternalFile> &list) const
     }
 }
 
-} // namespace ZornTest
-
-namespace ZornTest {
-
-QString TestEngine::queryString(StringType type, unsigned int index) const
+QString Engine::queryString(StringType type, unsigned int index) const
 {
     static const char *const typeNames[] = {"Main", "Sprites", "Sounds", "Animations",
                                             "Scripts"};
@@ -186,14 +179,14 @@ QString TestEngine::queryString(StringType type, unsigned int index) const
     return QString();
 }
 
-QMap<int, QString> TestEngine::singleFileFilters() const
+QMap<int, QString> Engine::singleFileFilters() const
 {
-    return fileFilters;
+    return {{0, QStringLiteral("*.ini")}, {4, QStringLiteral("*.ini *.txt")}};
 }
 
-Zorn::ProjectFile *TestEngine::createFile(int type, Zorn::Project *)
+Zorn::ProjectFile *Engine::createFile(int type, Zorn::Project *)
 {
     return type >= 0 && type < 5 ? new IniFile : nullptr;
 }
 
-} // namespace ZornTest
+} // namespace Sample

@@ -1,8 +1,9 @@
-#ifndef ZORNX_TESTS_TESTENGINE_H
-#define ZORNX_TESTS_TESTENGINE_H
+#ifndef ZORNX_SAMPLE_SAMPLEENGINE_H
+#define ZORNX_SAMPLE_SAMPLEENGINE_H
 
-// The test engine module: the smallest set of concrete classes a real engine module would
-// supply, over an ini-like text format ("key = value" lines, ';' comments).
+// The sample engine module: the smallest set of concrete classes an engine module supplies,
+// over an ini-like text format ("key = value" lines, ';' comments). A module author copies
+// this folder and replaces the formats; the library asks for nothing beyond these classes.
 
 #include <zornx/core/archive.h>
 #include <zornx/core/engine.h>
@@ -12,9 +13,10 @@
 
 #include <QtCore/QStringList>
 
-namespace ZornTest {
+namespace Sample {
 
-// A text file of "key = value" lines, read and written through any Archive.
+// A text file of "key = value" lines, read and written through any Archive. Every project
+// file must be a FileWatchObject too, so that the library can reload it on outside change.
 class IniFile : public Zorn::ProjectFile, public Zorn::FileWatchObject
 {
 public:
@@ -28,7 +30,7 @@ public:
     bool isEmpty() const override { return lines.isEmpty(); }
     bool isModified() const override { return modified; }
     bool canSave() const override { return true; }
-    // Searching is tried on lists of items (tst_projectfile), not here.
+    // Plain key lists have nothing to search; a module whose files hold items searches them.
     QList<SearchResult> search(const Zorn::RegExp &, unsigned int) const override { return {}; }
     void replace(const QList<SearchResult> &, const QString &) override {}
     void reload() override;
@@ -39,44 +41,53 @@ public:
     QStringList lines;
     QString name;
     bool modified = false;
-    int reloads = 0;
-    bool freed = false;
 
 protected:
+    // Files are reference counted; the last release() calls free().
     void free() override { delete this; }
     Zorn::Messages *fileMessages() const override { return nullptr; }
 };
 
 // A game directory: "chars/" holds one directory per character (each the place of a project)
-// and "data/" lists its .ini files. engine() is the one given, which may be null.
-class TestParentProject : public Zorn::ParentProject
+// and "data/" lists its .ini files. The library builds the project tree from these paths.
+class ParentProject : public Zorn::ParentProject
 {
     Q_OBJECT
 public:
-    TestParentProject(const QString &path, Zorn::Archive &archive,
-                      Zorn::Engine *engine = nullptr, bool tree = true);
-    Zorn::Engine *engine() const override { return testEngine; }
-    using Zorn::ParentProject::addPath;
-    using Zorn::ParentProject::removePath;
-
-    int freed = 0;
-    Zorn::Engine *testEngine;
+    ParentProject(const QString &path, Zorn::Archive &archive, Zorn::Engine *engine = nullptr);
+    // May be null: a game opened without its engine still lists its files.
+    Zorn::Engine *engine() const override { return gameEngine; }
 
 protected:
+    // Every file under a listed directory, depth first, by name.
     void collectFiles(const QString &directory, QStringList &files) override;
-    void free() override { ++freed; }
+    // The last open project has gone. The host owns the game, so there is nothing to delete;
+    // a module that keeps data per game (caches, a script state) lets it go here.
+    void free() override {}
+
+private:
+    Zorn::Engine *gameEngine;
 };
 
 // A content item defined by a main file that lists its other files:
 //     [Files]
-//     sprites = a.sff, b.sff        (type 1; sounds 2, animations 3, scripts 4)
+//     sprites = a.spr, b.spr        (type 1; sounds 2, animations 3, scripts 4)
 // Every listed file is made by the engine (an IniFile without one); a missing one is skipped.
-class TestProject : public Zorn::Project
+class Project : public Zorn::Project
 {
     Q_OBJECT
 public:
-    // Opens the main file and everything it lists, then enters the parent's tree.
-    static TestProject *open(Zorn::ParentProject *parent, const QString &mainFile);
+    // Opens the main file and everything it lists, then enters the parent's tree. A module
+    // must call addToParent() once the files are in, or the project stays out of the tree.
+    // A host or test that derives from Project opens its own class with open<Derived>().
+    template <class P = Project>
+    static P *open(Zorn::ParentProject *parent, const QString &mainFile)
+    {
+        auto make = [](Zorn::ParentProject *parent, Zorn::ProjectFile *main) -> Project * {
+            return new P(parent, 0, main, true);
+        };
+        return static_cast<P *>(load(parent, mainFile, make));
+    }
     using Zorn::Project::Project;
 
     QString name() const override;
@@ -85,29 +96,24 @@ public:
     QPair<double, double> localScale() const override { return qMakePair(1.0, 1.0); }
     void externalFiles(QList<ExternalFile> &list) const override;
 
-    using Zorn::Project::addToParent;
-    using Zorn::Project::fileHierarchyChanged;
-    using Zorn::Project::reload;
-    using Zorn::Project::takeFile;
+private:
+    static Project *load(Zorn::ParentProject *parent, const QString &mainFile,
+                         Project *(*make)(Zorn::ParentProject *, Zorn::ProjectFile *));
 };
 
-// The engine of the test module: ';' comments, "game.ini" marks a game directory, and the
-// five project file types have plain names. createFile() gives an IniFile.
-class TestEngine : public Zorn::Engine
+// The engine: ';' comments, "game.ini" marks a game directory, and the five project file
+// types have plain names. createFile() is the factory the library calls for every file type.
+class Engine : public Zorn::Engine
 {
     Q_OBJECT
 public:
-    explicit TestEngine(const QString &name = QStringLiteral("test")) : Zorn::Engine(name) {}
+    explicit Engine(const QString &name = QStringLiteral("sample")) : Zorn::Engine(name) {}
 
     QString queryString(StringType type, unsigned int index) const override;
     QMap<int, QString> singleFileFilters() const override;
     Zorn::ProjectFile *createFile(int type, Zorn::Project *project) override;
-
-    // The patterns that singleFileFilters() gives, by file type.
-    QMap<int, QString> fileFilters{{0, QStringLiteral("*.ini")},
-                                   {4, QStringLiteral("*.ini *.txt")}};
 };
 
-} // namespace ZornTest
+} // namespace Sample
 
 #endif

@@ -63,7 +63,7 @@ public:
         case 12:
             return QStringLiteral("%1.25").arg(pick(9));
         default:
-            return QStringLiteral("a.sff");
+            return QStringLiteral("a.spr");
         }
     }
 
@@ -233,7 +233,7 @@ public:
                     doc->insert(text);
                     what += QStringLiteral(" append ") + text;
                 } else if (node->type() == CodeNode::Value && chance(50)) {
-                    static_cast<ZornTest::TestValueCode *>(node)->rewrite(text);
+                    static_cast<Sample::ValueNode *>(node)->rewrite(text);
                     what += QStringLiteral(" rewrite ") + text;
                 } else if (chance(50)) {
                     doc->insertAfter(node, text, chance(50));
