@@ -171,7 +171,7 @@ int main(int argc, char **argv)
     // A code file, parsed line by line by the engine's parser, with what the parser found.
     Sample::CodeDocument code;
     code.setPlainText(QStringLiteral("[Data]\nlife = 1000\npower = lots ; a string\n"
-                                     "[Statedef 200]\ntype = 1.5, 2\noops\n"));
+                                     "[Step 200]\ntype = 1.5, 2\noops\n"));
     out << "Code tree: " << describeTree(code.root()) << '\n';
     const Zorn::Messages *messages = code.messages();
     for (unsigned int i = 0; i < messages->count(Zorn::Message::All); ++i) {
@@ -181,7 +181,7 @@ int main(int argc, char **argv)
 
     // A file in windows-1251: detected on load, edited, saved on a worker thread in the same
     // encoding while the GUI thread goes on.
-    const QString cyrillic = game + QStringLiteral("/data/names.def");
+    const QString cyrillic = game + QStringLiteral("/data/names.cfg");
     QFile legacy(cyrillic);
     if (legacy.open(QIODevice::WriteOnly))
         legacy.write(QTextCodec::codecForName("windows-1251")->fromUnicode(

@@ -352,7 +352,7 @@ unsigned int Parser::sectionType(const QString &title)
         return InfoSection;
     if (word == QLatin1String("data"))
         return DataSection;
-    if (word == QLatin1String("state") || word == QLatin1String("statedef"))
+    if (word == QLatin1String("state") || word == QLatin1String("step"))
         return StateSection;
     if (word == QLatin1String("files"))
         return FilesSection;
@@ -436,7 +436,7 @@ CodeNode *Parser::parse(const QString &text, QTextBlock *block, CodeNode *oldNod
         syntax->setToken(Syntax::Name, keyStart, keyEnd);
         syntax->setToken(Syntax::Normal, equals, equals + 1);
         const QString lower = key.toLower();
-        if (lower == QLatin1String("pausetime") || lower == QLatin1String("ver"))
+        if (lower == QLatin1String("holdtime") || lower == QLatin1String("ver"))
             syntax->addDeprecation(Syntax::Name, QStringLiteral("\"%1\" is deprecated").arg(key),
                                    keyStart, keyEnd);
     }

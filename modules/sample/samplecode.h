@@ -31,7 +31,7 @@ namespace Sample {
 enum SectionType {
     InfoSection = 1,  // "Info"
     DataSection = 2,  // "Data": numbers only
-    StateSection = 3, // "State", "Statedef"
+    StateSection = 3, // "State", "Step"
     FilesSection = 4, // "Files": file names with links
     OtherSection = 5, // anything else, with a warning
     PlainSection = 0, // "Plain": a section whose kind leaves the line state to the line above

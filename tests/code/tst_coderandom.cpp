@@ -29,7 +29,7 @@ public:
     QString word()
     {
         static const char *const words[] = {"life", "power", "pos",       "scale", "name", "facing",
-                                            "file", "ver",   "pausetime", "x",     "y_1",  "a.b"};
+                                            "file", "ver",   "holdtime", "x",     "y_1",  "a.b"};
         return QString::fromLatin1(words[pick(12)]);
     }
 
@@ -69,7 +69,7 @@ public:
 
     QString header()
     {
-        static const char *const titles[] = {"Data",  "Info",  "State 200", "Statedef 1",
+        static const char *const titles[] = {"Data",  "Info",  "State 200", "Step 1",
                                              "Files", "Other", "data two",  "Plain"};
         switch (pick(12)) {
         case 0:

@@ -50,9 +50,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("base");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("inside") << "/g/chars/lantern/lantern.def" << "/g/chars" << "lantern/lantern.def";
-        QTest::newRow("trailing slash") << "/g/chars/lantern.def" << "/g/chars/" << "lantern.def";
-        QTest::newRow("up") << "/g/data/x.def" << "/g/chars/lantern" << "../../data/x.def";
+        QTest::newRow("inside") << "/g/chars/lantern/lantern.cfg" << "/g/chars" << "lantern/lantern.cfg";
+        QTest::newRow("trailing slash") << "/g/chars/lantern.cfg" << "/g/chars/" << "lantern.cfg";
+        QTest::newRow("up") << "/g/data/x.cfg" << "/g/chars/lantern" << "../../data/x.cfg";
         QTest::newRow("root base") << "/x/y" << "/" << "/x/y";
         QTest::newRow("windows") << "C:\\g\\a\\b.txt" << "C:\\g" << "a/b.txt";
         QTest::newRow("other drive") << "D:/a/b.txt" << "C:/g" << "D:/a/b.txt";
@@ -69,16 +69,16 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QVERIFY(QDir(dir.path()).mkpath("Chars/LANTERN"));
-        QVERIFY(ZornTest::writeFile(dir.path() + "/Chars/LANTERN/Lantern.Def", "x"));
+        QVERIFY(ZornTest::writeFile(dir.path() + "/Chars/LANTERN/Lantern.Cfg", "x"));
         const QString base = dir.path() + "/";
         Archive &fs = FileSystemArchive::instance();
-        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/lantern/lantern.def"), base + "Chars/LANTERN/Lantern.Def");
-        QCOMPARE(Zorn::fixFileCase(base, fs, "Chars/LANTERN/Lantern.Def"), base + "Chars/LANTERN/Lantern.Def");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/lantern/lantern.cfg"), base + "Chars/LANTERN/Lantern.Cfg");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "Chars/LANTERN/Lantern.Cfg"), base + "Chars/LANTERN/Lantern.Cfg");
         // A part that matches nothing is kept as given; the parts before it are still fixed.
-        QCOMPARE(Zorn::fixFileCase(base, fs, "chars//lantern/none.def"),
-                 base + "Chars/LANTERN/none.def");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars//lantern/none.cfg"),
+                 base + "Chars/LANTERN/none.cfg");
         // A directory does not match the file part, nor a file a directory part.
-        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/lantern.def/x"), base + "Chars/lantern.def/x");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/lantern.cfg/x"), base + "Chars/lantern.cfg/x");
     }
 
     void fileSystemQueries()

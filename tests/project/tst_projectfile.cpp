@@ -184,7 +184,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("expected");
         QTest::newRow("empty") << "" << "";
-        QTest::newRow("path") << "/g/chars/lantern/lantern.def" << "lantern.def";
+        QTest::newRow("path") << "/g/chars/lantern/lantern.cfg" << "lantern.cfg";
         QTest::newRow("trailing slash") << "/g/chars/" << "chars";
         QTest::newRow("double slash") << "a//b" << "b";
     }
