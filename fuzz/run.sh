@@ -25,7 +25,7 @@ for target in "${targets[@]}"; do
         -rss_limit_mb=2048 -artifact_prefix="$dir/artifacts/$target/" "$dir/corpus/$target" \
         > "$dir/$target.log" 2>&1
     rc=$?
-    grep -E "^(stat::number_of_executed_units|stat::new_units_added)|ERROR|SUMMARY|Test unit written|runtime error" \
+    grep -E "^(stat::number_of_executed_units|stat::new_units_added)|==[0-9]+==ERROR|SUMMARY|Test unit written|runtime error" \
         "$dir/$target.log"
     [[ $rc -eq 0 ]] || { echo "!! $target failed (exit $rc), see $dir/$target.log"; status=1; }
 done
