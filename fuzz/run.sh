@@ -7,7 +7,7 @@ build=$1
 seconds=${2:-60}
 shift $(( $# > 1 ? 2 : 1 ))
 targets=("$@")
-[[ ${#targets[@]} -eq 0 ]] && targets=(pcx lz5 rle5 rle8 imageinfo textcodecs engineconfig zip projectfile)
+[[ ${#targets[@]} -eq 0 ]] && targets=(pcx lz5 rle5 rle8 gif imageinfo textcodecs engineconfig zip projectfile)
 
 dir=$build/fuzz
 here=$(cd "$(dirname "$0")" && pwd)
