@@ -376,6 +376,11 @@ bool GIFImage::save(QIODevice *device)
                     return false;
             }
             const GifMap local = toGifMap(sub.colorMap);
+            // giflib 5.2 forgets the previous frame's map when a frame has none of its own.
+            if (!local && gif->Image.ColorMap) {
+                GifFreeMapObject(gif->Image.ColorMap);
+                gif->Image.ColorMap = nullptr;
+            }
             if (EGifPutImageDesc(gif, sub.left, sub.top, image.width(), image.height(), false,
                                  local.get())
                 == GIF_ERROR)
