@@ -61,12 +61,6 @@ GifMap toGifMap(const QVector<RGB> &colors)
     return map;
 }
 
-bool isNetscapeLoop(const ExtensionBlock &block)
-{
-    return block.Function == APPLICATION_EXT_FUNC_CODE && block.ByteCount >= 11
-           && !std::memcmp(block.Bytes, "NETSCAPE2.0", 11);
-}
-
 // The most pixels one byte of LZW data can give: a 12-bit code stands for at most 4096.
 const qint64 maxPixelsPerByte = 4096 * 8 / 12 + 1;
 
@@ -77,34 +71,31 @@ bool readRecords(GifFileType *gif, qint64 bytesLeft, QList<GIFImage::SubImage> &
                  bool &loop)
 {
     const bool mono = gif->SColorResolution <= 1;
-    QVector<ExtensionBlock> pending; // blocks seen since the last image
+    // The first sub-block of each extension seen since the last image, by function code.
+    QVector<QPair<int, QByteArray>> pending;
     const auto takeExtensions = [&](GIFImage::SubImage &sub) {
-        for (const ExtensionBlock &block : pending) {
+        for (const auto &block : qAsConst(pending)) {
+            const auto *bytes = reinterpret_cast<const GifByteType *>(block.second.constData());
             GraphicsControlBlock control;
-            if (block.Function == GRAPHICS_EXT_FUNC_CODE
-                && DGifExtensionToGCB(size_t(block.ByteCount), block.Bytes, &control) == GIF_OK) {
+            if (block.first == GRAPHICS_EXT_FUNC_CODE
+                && DGifExtensionToGCB(size_t(block.second.size()), bytes, &control) == GIF_OK) {
                 // Only a set transparency flag makes a colour transparent, as in every reader.
                 sub.transparent = control.TransparentColor == NO_TRANSPARENT_COLOR
                                       ? 65535
                                       : ushort(control.TransparentColor);
                 sub.delay = control.DelayTime;
-            } else if (isNetscapeLoop(block)) {
+            } else if (block.first == APPLICATION_EXT_FUNC_CODE
+                       && block.second.startsWith("NETSCAPE2.0")) {
                 loop = true;
             }
-            delete[] block.Bytes;
         }
-        pending.clear();
-    };
-    const auto dropExtensions = [&]() {
-        for (const ExtensionBlock &block : pending)
-            delete[] block.Bytes;
         pending.clear();
     };
     std::vector<GifPixelType> line;
     for (;;) {
         GifRecordType record;
         if (DGifGetRecordType(gif, &record) == GIF_ERROR)
-            return dropExtensions(), false;
+            return false;
         if (record == TERMINATE_RECORD_TYPE) {
             GIFImage::SubImage trailing; // a loop block may come after the last image
             takeExtensions(trailing);
@@ -114,27 +105,21 @@ bool readRecords(GifFileType *gif, qint64 bytesLeft, QList<GIFImage::SubImage> &
             int function = 0;
             GifByteType *data = nullptr;
             if (DGifGetExtension(gif, &function, &data) == GIF_ERROR)
-                return dropExtensions(), false;
-            bool first = true;
+                return false;
+            if (data)
+                pending.append({function, QByteArray(reinterpret_cast<char *>(data + 1), data[0])});
             while (data) {
-                // Only the first sub-block of each extension is looked at.
-                if (first) {
-                    auto *bytes = new GifByteType[data[0]];
-                    std::memcpy(bytes, data + 1, data[0]);
-                    pending.append(ExtensionBlock{data[0], bytes, function});
-                    first = false;
-                }
                 if (DGifGetExtensionNext(gif, &data) == GIF_ERROR)
-                    return dropExtensions(), false;
+                    return false;
             }
             continue;
         }
         if (record != IMAGE_DESC_RECORD_TYPE || DGifGetImageDesc(gif) == GIF_ERROR)
-            return dropExtensions(), false;
+            return false;
         const GifImageDesc &desc = gif->Image;
         const qint64 area = qint64(desc.Width) * desc.Height;
         if (desc.Width < 1 || desc.Height < 1 || area > bytesLeft * maxPixelsPerByte)
-            return dropExtensions(), false;
+            return false;
         GIFImage::SubImage sub;
         sub.left = ushort(desc.Left);
         sub.top = ushort(desc.Top);
@@ -207,6 +192,18 @@ QImage adaptForGif(const QImage &source, const RGBA (&table)[256])
         }
     }
     return image;
+}
+
+// A value truncated and kept in 16 bits, as the file's fields are.
+ushort to16(float value)
+{
+    return ushort(qint64(qBound(-1e9f, value, 1e9f)));
+}
+
+// A side of a scaled frame, rounded to nearest; at most what a GIF can hold.
+int scaled(int size, float scale)
+{
+    return qRound(qBound(1.0f, float(size) * scale, 65535.0f));
 }
 
 ushort firstTransparent(const QImage &image)
@@ -364,13 +361,14 @@ bool GIFImage::save(QIODevice *device)
                 return false;
             if (frames.size() > 1) {
                 running += sub.delay;
-                const int delay = int(running);
+                // Truncated, within what the field holds (velocity 0 gives an endless delay).
+                const int delay = int(qBound(0.0f, running, 65535.0f));
                 running -= float(delay);
                 const bool transparent = qint16(sub.transparent) >= 0;
                 const uchar control[4] = {
                     uchar((transparent ? DISPOSE_BACKGROUND : 0) << 2
                           | (transparent && sub.transparent < 256 ? 1 : 0)),
-                    uchar(qBound(0, delay, 65535)), uchar(qBound(0, delay, 65535) >> 8),
+                    uchar(delay), uchar(delay >> 8),
                     uchar(sub.transparent < 256 ? sub.transparent : 0)};
                 if (EGifPutExtension(gif, GRAPHICS_EXT_FUNC_CODE, 4, control) == GIF_ERROR)
                     return false;
@@ -440,7 +438,7 @@ bool saveGIF(QIODevice *device, const QVector<AnimImageFrame> &frames, float sca
             firstFrame = i;
         lastFrame = i;
     }
-    GIFImage gif(ushort(float(left + right) * scale), ushort(float(top + bottom) * scale), loop);
+    GIFImage gif(to16(float(left + right) * scale), to16(float(top + bottom) * scale), loop);
     ColorQuantizer common(255, 8);
     RGBA table[256];
     ushort sharedTransparent = 65535;
@@ -470,11 +468,11 @@ bool saveGIF(QIODevice *device, const QVector<AnimImageFrame> &frames, float sca
             sub.transparent = sharedTransparent = firstTransparent(sub.image);
         }
         if (scale != 1.0f)
-            sub.image = resizeImageNearest(sub.image, QSize(qRound(sub.image.width() * scale),
-                                                            qRound(sub.image.height() * scale)));
+            sub.image = resizeImageNearest(sub.image, QSize(scaled(sub.image.width(), scale),
+                                                            scaled(sub.image.height(), scale)));
         sub.delay = (100.0f / velocity) * float(frame.time) / 60.0f;
-        sub.left = ushort(float(left - frame.offset.x()) * scale);
-        sub.top = ushort(float(top - frame.offset.y()) * scale);
+        sub.left = to16(float(left - frame.offset.x()) * scale);
+        sub.top = to16(float(top - frame.offset.y()) * scale);
         gif.images().append(sub);
     }
     for (GIFImage::SubImage &sub : gif.images()) {
