@@ -10,9 +10,9 @@
 #include <QtTest/QtTest>
 
 using namespace Zorn;
+using ZornTest::randomSprite;
 
 Q_DECLARE_METATYPE(Zorn::RGBA)
-using ZornTest::randomSprite;
 
 namespace {
 
@@ -57,11 +57,7 @@ QVector<RGB> grays(int count)
 
 GIFImage::SubImage frame(const QImage &image, ushort transparent = 65535, float delay = 0)
 {
-    GIFImage::SubImage sub;
-    sub.image = image;
-    sub.transparent = transparent;
-    sub.delay = delay;
-    return sub;
+    return GIFImage::SubImage{image, {}, 0, 0, transparent, delay};
 }
 
 QImage solid(QSize size, QRgb color)
@@ -71,15 +67,11 @@ QImage solid(QSize size, QRgb color)
     return image;
 }
 
-QString tool(const char *name)
-{
-    return QStandardPaths::findExecutable(QString::fromLatin1(name));
-}
-
-QByteArray run(const QString &program, const QStringList &arguments)
+// ImageMagick's output, or the reason it failed.
+QByteArray run(const char *program, const QStringList &arguments)
 {
     QProcess process;
-    process.start(program, arguments);
+    process.start(QString::fromLatin1(program), arguments);
     if (!process.waitForFinished(60000) || process.exitCode() != 0)
         return "failed: " + process.readAllStandardError();
     return process.readAllStandardOutput();
@@ -304,10 +296,6 @@ private slots:
         buffer.open(QIODevice::ReadWrite);
         QVERIFY(saveImage(&buffer, "GIF", sprite));
         buffer.seek(0);
-        const ImageInfo info = imageInfoFromFile(&buffer, "GIF");
-        QCOMPARE(info.width, ushort(21));
-        QCOMPARE(info.format, QImage::Format_Indexed8);
-        buffer.seek(0);
         QImage back;
         QVERIFY(loadImage(&buffer, "GIF", back));
         QCOMPARE(back.format(), QImage::Format_Indexed8);
@@ -364,8 +352,7 @@ private slots:
     // index never makes an opaque picture transparent.
     void fromImageMagick()
     {
-        const QString convert = tool("convert");
-        if (convert.isEmpty())
+        if (QStandardPaths::findExecutable(QStringLiteral("convert")).isEmpty())
             QSKIP("ImageMagick is not installed");
         QTemporaryDir dir;
         QStringList arguments{QStringLiteral("-dispose"), QStringLiteral("Background")};
@@ -380,7 +367,7 @@ private slots:
         }
         const QString animation = dir.filePath(QStringLiteral("anim.gif"));
         arguments << QStringLiteral("-loop") << QStringLiteral("0") << animation;
-        QCOMPARE(run(convert, arguments), QByteArray());
+        QCOMPARE(run("convert", arguments), QByteArray());
         QFile file(animation);
         QVERIFY(file.open(QIODevice::ReadOnly));
         GIFImage gif;
@@ -404,7 +391,7 @@ private slots:
 
         // An opaque picture whose background index is a colour it uses.
         const QString still = dir.filePath(QStringLiteral("still.gif"));
-        QCOMPARE(run(convert, {QStringLiteral("-size"), QStringLiteral("5x5"),
+        QCOMPARE(run("convert", {QStringLiteral("-size"), QStringLiteral("5x5"),
                                QStringLiteral("xc:#102030"), still}),
                  QByteArray());
         QVERIFY(QFile(still).size() > 13);
@@ -419,8 +406,7 @@ private slots:
     // transparency of index 0.
     void readByImageMagick()
     {
-        const QString identify = tool("identify"), convert = tool("convert");
-        if (identify.isEmpty() || convert.isEmpty())
+        if (QStandardPaths::findExecutable(QStringLiteral("identify")).isEmpty())
             QSKIP("ImageMagick is not installed");
         QVector<AnimImageFrame> frames;
         const int times[] = {3, 6, 1, 9}; // 5, 10, 1.67 and 15 hundredths
@@ -435,9 +421,9 @@ private slots:
         QVERIFY(file.open(QIODevice::WriteOnly));
         QVERIFY(saveGIF(&file, frames, 1, 1, false, true));
         file.close();
-        QCOMPARE(run(identify, {QStringLiteral("-format"), QStringLiteral("%T %D\n"), name}),
+        QCOMPARE(run("identify", {QStringLiteral("-format"), QStringLiteral("%T %D\n"), name}),
                  QByteArray("5 Background\n10 Background\n1 Background\n15 Background\n"));
-        QCOMPARE(run(convert, {name + QStringLiteral("[2]"), QStringLiteral("-format"),
+        QCOMPARE(run("convert", {name + QStringLiteral("[2]"), QStringLiteral("-format"),
                                QStringLiteral("%[fx:p{0,0}.a] %[fx:p{5,5}.a]"),
                                QStringLiteral("info:")}),
                  QByteArray("0 1"));
