@@ -7,9 +7,15 @@ build=$1
 seconds=${2:-60}
 shift $(( $# > 1 ? 2 : 1 ))
 targets=("$@")
-[[ ${#targets[@]} -eq 0 ]] && targets=(pcx lz5 rle5 rle8 imageinfo textcodecs engineconfig zip projectfile snippet)
-
 dir=$build/fuzz
+# Without names: every target that was built.
+if [[ ${#targets[@]} -eq 0 ]]; then
+    for exe in "$dir"/fuzz_*; do
+        name=${exe##*/fuzz_}
+        [[ -x $exe && -f $exe && $name != seeds ]] && targets+=("$name")
+    done
+fi
+
 here=$(cd "$(dirname "$0")" && pwd)
 export QT_QPA_PLATFORM=offscreen
 export ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1

@@ -9,6 +9,7 @@
 #include <zornx/code/textcodecs.h>
 #include <zornx/core/archive.h>
 #include <zornx/core/extension.h>
+#include <zornx/image/gifimage.h>
 #include <zornx/image/imagecodecs.h>
 
 #include <QtCore/QBuffer>
@@ -41,6 +42,38 @@ QByteArray written(const std::function<bool(QIODevice *)> &write)
     buffer.open(QIODevice::WriteOnly);
     write(&buffer);
     return buffer.data();
+}
+
+// GIFs by saveGIF: true colour with transparency, indexed with own and shared palettes, one
+// frame and several, looping or not; and by saveImage, whose heads imageinfo reads too.
+void gifSeeds()
+{
+    int n = 0;
+    for (const QSize size : {QSize(1, 1), QSize(9, 5), QSize(40, 30)}) {
+        for (int colors : {2, 16, 256}) {
+            QVector<Zorn::AnimImageFrame> frames;
+            for (int i = 0; i < 3; ++i) {
+                const QImage sprite = ZornTest::randomSprite(size, colors, quint32(++n));
+                frames.append({colors == 16 ? sprite.convertToFormat(QImage::Format_ARGB32)
+                                            : sprite,
+                               QPoint(i, 2 * i), 4 + i});
+            }
+            const QString name = QStringLiteral("%1x%2-%3").arg(size.width()).arg(size.height())
+                                     .arg(colors);
+            for (bool shared : {false, true}) {
+                seed("gif", name + (shared ? "-shared" : "-own"), written([&](QIODevice *d) {
+                         return Zorn::saveGIF(d, frames, shared ? 2.0f : 1.0f, 1.0f, shared,
+                                              shared);
+                     }));
+            }
+            seed("gif", name + "-one", written([&](QIODevice *d) {
+                     return Zorn::saveGIF(d, frames.mid(0, 1), 1.0f, 1.0f, false, false);
+                 }));
+            seed("imageinfo", name + "-gif", char(3) + written([&](QIODevice *d) {
+                     return Zorn::saveImage(d, "GIF", frames[0].image);
+                 }));
+        }
+    }
 }
 
 void imageSeeds()
@@ -98,9 +131,7 @@ void imageSeeds()
                          }));
         }
     }
-    // GIF heads, 256 and 32 colours (the library writes no GIF yet).
-    seed("imageinfo", "gif256", QByteArray::fromHex("034749463839612c010500f70000"));
-    seed("imageinfo", "gif32", QByteArray::fromHex("034749463837612c010500f40000"));
+    gifSeeds();
 }
 
 void textSeeds()

@@ -43,6 +43,7 @@
 #include <zornx/editor/propertyedit.h>
 #include <zornx/editor/section.h>
 #include <zornx/editor/workspace.h>
+#include <zornx/image/gifimage.h>
 #include <zornx/image/imagecodecs.h>
 #include <zornx/image/imageoperations.h>
 
