@@ -45,5 +45,7 @@
 #include <zornx/editor/workspace.h>
 #include <zornx/image/imagecodecs.h>
 #include <zornx/image/imageoperations.h>
+#include <zornx/image/palette.h>
+#include <zornx/image/sprite.h>
 
 #endif
