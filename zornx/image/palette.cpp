@@ -71,6 +71,25 @@ bool readImageTable(QIODevice *device, const char *format, Table &table)
     return true;
 }
 
+// A GIF's global colour table, straight from its head: the picture itself is not needed.
+bool readGIFTable(QIODevice *device, Table &table)
+{
+    const QByteArray head = device->read(13);
+    if (head.size() < 13 || (!head.startsWith("GIF87a") && !head.startsWith("GIF89a")))
+        return false;
+    const uchar flags = uchar(head[10]);
+    if (!(flags & 0x80))
+        return false;
+    const int count = 2 << (flags & 7);
+    const QByteArray colors = device->read(3 * count);
+    if (colors.size() < 3 * count)
+        return false;
+    const uchar *p = reinterpret_cast<const uchar *>(colors.constData());
+    for (int i = 0; i < count; ++i, p += 3)
+        table[i] = RGBA(p[0], p[1], p[2], 255);
+    return true;
+}
+
 bool readACT(QIODevice *device, Table &table)
 {
     const QByteArray bytes = device->read(768);
@@ -311,9 +330,12 @@ bool PaletteObject::fromFile(QIODevice *device, const char *format)
     const QByteArray name(format);
     Table work;
     bool ok = false;
-    if (name == "PNG" || name == "PCX" || name == "BMP" || name == "GIF") {
+    if (name == "PNG" || name == "PCX" || name == "BMP") {
         fill(work, RGBA(0, 0, 0, 255));
         ok = readImageTable(device, format, work);
+    } else if (name == "GIF") {
+        fill(work, RGBA(0, 0, 0, 255));
+        ok = readGIFTable(device, work);
     } else if (name == "ACT") {
         fill(work, RGBA(0, 0, 0, 255));
         ok = readACT(device, work);
