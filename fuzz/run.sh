@@ -7,7 +7,9 @@ build=$1
 seconds=${2:-60}
 shift $(( $# > 1 ? 2 : 1 ))
 targets=("$@")
-[[ ${#targets[@]} -eq 0 ]] && targets=(pcx lz5 rle5 rle8 imageinfo textcodecs engineconfig zip projectfile)
+[[ ${#targets[@]} -eq 0 ]] && targets=(pcx lz5 rle5 rle8 imageinfo textcodecs engineconfig zip projectfile
+    palette_act palette_aco palette_gif palette_png palette_bmp palette_riff palette_jasc
+    palette_ase palette_corel)
 
 dir=$build/fuzz
 here=$(cd "$(dirname "$0")" && pwd)
