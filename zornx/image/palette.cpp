@@ -1,6 +1,7 @@
 #include "palette.h"
 
 #include "imagecodecs.h"
+#include "imageoperations_p.h"
 
 #include <QtCore/QDataStream>
 #include <QtCore/QIODevice>
@@ -292,23 +293,7 @@ QColor PaletteObject::colorAt(uchar index) const
 
 uchar PaletteObject::index(RGBA color) const
 {
-    uint bestDistance = UINT_MAX;
-    // The low byte of the best entry's alpha difference, read as unsigned, while the
-    // difference of each candidate is signed: the two are compared as ints.
-    int bestAlpha = 255;
-    int best = 0;
-    for (int i = 0; i < 256; ++i) {
-        const RGBA &e = m_palette[i];
-        const int dr = e.red - color.red, dg = e.green - color.green, db = e.blue - color.blue;
-        const uint d = uint(dr * dr + dg * dg + db * db);
-        const int a = int(e.alpha) - int(color.alpha);
-        if (d < bestDistance || (d == bestDistance && a < bestAlpha)) {
-            bestDistance = d;
-            bestAlpha = a & 0xff;
-            best = i;
-        }
-    }
-    return uchar(best);
+    return uchar(nearestPaletteIndex(m_palette, color));
 }
 
 void PaletteObject::fromPalette(const RGBA *palette)
