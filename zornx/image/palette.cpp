@@ -600,46 +600,75 @@ void PaletteObject::empty()
 
 namespace {
 
-// The search for one pixel: the cost of every entry, first of equals.
+// The search for one pixel: least cost, first of equals. Entries are walked in order of red
+// outwards from the pixel's red, and a direction ends once the red difference alone costs more
+// than the best so far; the result is that of trying all 256 in index order.
 struct Matcher
 {
-    int r[256], g[256], b[256], a[256];
+    struct Entry
+    {
+        int r, g, b, a, index;
+    };
+    Entry sorted[256];
+    int start[257];    // first sorted position with red >= the given value
+    int position[256]; // sorted position of each entry
+    uchar transparent; // the answer for every pixel of alpha 0: the colour part is 0
 
     explicit Matcher(const RGBA *palette)
     {
-        for (int i = 0; i < 256; ++i) {
-            r[i] = palette[i].red;
-            g[i] = palette[i].green;
-            b[i] = palette[i].blue;
-            a[i] = palette[i].alpha;
+        for (int i = 0; i < 256; ++i)
+            sorted[i] = {palette[i].red, palette[i].green, palette[i].blue, palette[i].alpha, i};
+        std::stable_sort(sorted, sorted + 256,
+                         [](const Entry &x, const Entry &y) { return x.r < y.r; });
+        for (int pos = 0; pos < 256; ++pos)
+            position[sorted[pos].index] = pos;
+        for (int v = 0, pos = 0; v <= 256; ++v) {
+            while (pos < 256 && sorted[pos].r < v)
+                ++pos;
+            start[v] = pos;
         }
+        int best = 0;
+        for (int i = 1; i < 256; ++i)
+            if (palette[i].alpha * palette[i].alpha < palette[best].alpha * palette[best].alpha)
+                best = i;
+        transparent = uchar(best);
     }
 
-    uchar match(QRgb pixel) const
+    // hint: an entry tried first, usually the last pixel's answer. A close first answer prunes
+    // more; the result doesn't depend on it.
+    uchar match(QRgb pixel, int hint = -1) const
     {
         const int A = qAlpha(pixel), R = qRed(pixel), G = qGreen(pixel), B = qBlue(pixel);
-        uint cost[256];
-        if (A == 255) {
-            for (int i = 0; i < 256; ++i) {
-                const int dr = r[i] - R, dg = g[i] - G, db = b[i] - B, da = A - a[i];
-                cost[i] = uint(dr * dr + dg * dg + db * db + da * da);
+        if (A == 0)
+            return transparent;
+        uint best = UINT_MAX;
+        int bestIndex = 256;
+        const auto consider = [&](const Entry &e) {
+            const int dr = e.r - R, dg = e.g - G, db = e.b - B, da = A - e.a;
+            uint colour = uint(dr * dr + dg * dg + db * db);
+            if (A != 255)
+                colour = colour * uint(A) / 255u;
+            const uint cost = colour + uint(da * da);
+            if (cost < best || (cost == best && e.index < bestIndex)) {
+                best = cost;
+                bestIndex = e.index;
             }
-        } else {
-            for (int i = 0; i < 256; ++i) {
-                const int dr = r[i] - R, dg = g[i] - G, db = b[i] - B, da = A - a[i];
-                const uint colour = uint(dr * dr + dg * dg + db * db) * uint(A) / 255u;
-                cost[i] = colour + uint(da * da);
-            }
+        };
+        if (hint >= 0)
+            consider(sorted[position[hint]]);
+        // What the red difference alone costs at least, weighted as the colour part is.
+        const auto bound = [A](int dr) { return uint(dr * dr) * uint(A) / 255u; };
+        for (int pos = start[R]; pos < 256; ++pos) {
+            if (bound(sorted[pos].r - R) > best)
+                break;
+            consider(sorted[pos]);
         }
-        uint best = cost[0];
-        int index = 0;
-        for (int i = 1; i < 256; ++i) {
-            if (cost[i] < best) {
-                best = cost[i];
-                index = i;
-            }
+        for (int pos = start[R] - 1; pos >= 0; --pos) {
+            if (bound(sorted[pos].r - R) > best)
+                break;
+            consider(sorted[pos]);
         }
-        return uchar(index);
+        return uchar(bestIndex);
     }
 };
 
@@ -659,8 +688,9 @@ public:
         const uint slot = (pixel * 2654435761u) >> (32 - Bits);
         if (keys[slot] != pixel) {
             keys[slot] = pixel;
-            values[slot] = matcher.match(pixel);
+            values[slot] = matcher.match(pixel, last);
         }
+        last = values[slot];
         return values[slot];
     }
 
@@ -669,6 +699,7 @@ private:
     const Matcher &matcher;
     QRgb keys[Size];
     uchar values[Size];
+    int last = -1;
 };
 
 } // namespace
