@@ -1,4 +1,5 @@
-// The sample module's sprite files: the fixtures of the sample game reload and save byte for
+// The sprite model on the sample module's sprites: SubItem::parse, Sprite::aligned, and the
+// module's sprite files: the fixtures of the sample game reload and save byte for
 // byte, pictures come back as drawn, equal pictures share one cache item, malformed files are
 // refused without touching what is loaded, and a failed save costs the old file nothing.
 //
@@ -116,6 +117,11 @@ private Q_SLOTS:
     void paletteModes();
     void malformed();
     void failedSave();
+    void parse_data();
+    void parse();
+    void aligned_data();
+    void aligned();
+    void setImageMeansNoShare();
 };
 
 void tst_SampleSprites::initTestCase()
@@ -255,6 +261,89 @@ void tst_SampleSprites::failedSave()
     QVERIFY(!file->toFile(archive, "keep.zspr", 0, nullptr));
     QCOMPARE(archive.files["keep.zspr"], QByteArray("old bytes"));
     QVERIFY(file->isModified());
+}
+
+void tst_SampleSprites::parse_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("ok");
+    QTest::addColumn<int>("group");
+    QTest::addColumn<int>("item");
+
+    QTest::newRow("pair with blanks") << "9000, 1" << true << 9000 << 1;
+    QTest::newRow("negative") << " -1 ,-2 " << true << -1 << -2;
+    QTest::newRow("one number") << "9000" << false << 0 << 0;
+    QTest::newRow("three numbers") << "1,2,3" << false << 0 << 0;
+    QTest::newRow("empty part") << "1," << false << 0 << 0;
+    QTest::newRow("not decimal") << "0x10,2" << false << 0 << 0;
+    QTest::newRow("bad second") << "4,b" << false << 0 << 0;
+}
+
+void tst_SampleSprites::parse()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, ok);
+    QFETCH(int, group);
+    QFETCH(int, item);
+    SubItem out;
+    QCOMPARE(SubItem::parse(text, out), ok);
+    QCOMPARE(out.group, group); // a failure leaves the pair as it was
+    QCOMPARE(out.item, item);
+}
+
+void tst_SampleSprites::aligned_data()
+{
+    QTest::addColumn<bool>("indexed");
+    QTest::addColumn<QPoint>("axis");
+    QTest::addColumn<QPoint>("maximum");
+    QTest::addColumn<QPoint>("rest");
+    QTest::addColumn<QPoint>("corner"); // where the picture's top left lands
+
+    QTest::newRow("axis on maximum: top left") << true << QPoint(2, 3) << QPoint(2, 3) << QPoint(5, 4) << QPoint(0, 0);
+    QTest::newRow("shifted") << true << QPoint(1, 1) << QPoint(4, 2) << QPoint(6, 6) << QPoint(3, 1);
+    QTest::newRow("32-bit shifted") << false << QPoint(0, 2) << QPoint(2, 2) << QPoint(4, 3) << QPoint(2, 0);
+    QTest::newRow("cut at the edges") << false << QPoint(3, 3) << QPoint(1, 1) << QPoint(2, 2) << QPoint(-2, -2);
+}
+
+void tst_SampleSprites::aligned()
+{
+    QFETCH(bool, indexed);
+    QFETCH(QPoint, axis);
+    QFETCH(QPoint, maximum);
+    QFETCH(QPoint, rest);
+    QFETCH(QPoint, corner);
+    QImage picture = drawn("thorn", 1).copy(10, 20, 4, 3);
+    if (!indexed)
+        picture = picture.convertToFormat(QImage::Format_ARGB32);
+    FilePtr file(new Sample::SpriteFile);
+    Sprite *sprite = file->add("0, 0", picture, NoShare);
+    const QImage stored = sprite->image();
+    const QImage canvas = sprite->aligned(axis, maximum, rest);
+    QCOMPARE(canvas.size(), QSize(maximum.x() + rest.x(), maximum.y() + rest.y()));
+    QCOMPARE(canvas.format(), stored.format());
+    QCOMPARE(canvas.colorTable(), stored.colorTable());
+    for (int y = 0; y < canvas.height(); ++y)
+        for (int x = 0; x < canvas.width(); ++x) {
+            const QPoint p = QPoint(x, y) - corner;
+            const bool inside = stored.rect().contains(p);
+            const uint expected = !inside ? 0u : indexed ? uint(stored.pixelIndex(p)) : stored.pixel(p);
+            QCOMPARE(indexed ? uint(canvas.pixelIndex(x, y)) : canvas.pixel(x, y), expected);
+        }
+    sprite->setImage(QImage());
+    QVERIFY(sprite->aligned(axis, maximum, rest).isNull());
+}
+
+void tst_SampleSprites::setImageMeansNoShare()
+{
+    FilePtr file(new Sample::SpriteFile);
+    const QImage picture = drawn("lantern", 1);
+    Sprite *first = file->add("0, 0", picture, Share);
+    Sprite *second = file->add("0, 1", drawn("lantern", 2), Share);
+    second->setImage(picture);
+    QVERIFY(!first->imageIsShared());
+    second->setImage(picture, Share);
+    QVERIFY(first->imageIsShared());
+    QCOMPARE(first->propertyNames(), QStringList({"Identifier", "Format"}));
 }
 
 QTEST_MAIN(tst_SampleSprites)
