@@ -127,9 +127,9 @@ private Q_SLOTS:
 void tst_SampleSprites::initTestCase()
 {
     if (qEnvironmentVariableIsSet("ZORNX_WRITE_FIXTURES")) {
-        for (const QString character : {QStringLiteral("lantern"), QStringLiteral("thorn")}) {
-            FilePtr file(build(character));
-            QFile out(dataDir + character + QStringLiteral(".zspr"));
+        for (const char *character : {"lantern", "thorn"}) {
+            FilePtr file(build(QLatin1String(character)));
+            QFile out(dataDir + QLatin1String(character) + QStringLiteral(".zspr"));
             QVERIFY(out.open(QIODevice::WriteOnly));
             out.write(file->serialize());
         }
