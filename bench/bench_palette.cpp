@@ -2,8 +2,8 @@
 // plain search (256 cost evaluations a pixel) written here, on the same pictures in the same
 // run. Both must give the same indices. Pictures:
 //   - sprite-like: a random sprite of 64 colours scaled up, as an ARGB32 picture;
-//   - many colours: every pixel a different colour, alpha varying, the worst case for the
-//     memory of looked-up colours.
+//   - many colours: neighbours all differ, the worst case for the memory of looked-up colours;
+//     once opaque, and once with alpha varying over the whole picture.
 // Each figure is the best of several rounds.
 
 #include "sprites.h"
@@ -80,19 +80,22 @@ int main()
     for (int i = 0; i < 256; ++i)
         palette[i] = RGBA(uchar(i * 37), uchar(i * 11), uchar(255 - i), i == 0 ? 0 : 255);
 
-    QImage many(size, QImage::Format_ARGB32);
+    QImage many(size, QImage::Format_ARGB32), manyAlpha(size, QImage::Format_ARGB32);
     for (int y = 0; y < size.height(); ++y)
-        for (int x = 0; x < size.width(); ++x)
-            many.setPixel(x, y, qRgba(x & 0xff, y & 0xff, (x * 3 + y) & 0xff,
-                                      y < 400 ? 255 : (x + y) & 0xff));
+        for (int x = 0; x < size.width(); ++x) {
+            const QRgb c = qRgb(x & 0xff, y & 0xff, (x * 3 + y) & 0xff);
+            many.setPixel(x, y, c);
+            manyAlpha.setPixel(x, y, (c & 0xffffff) | uint((x + y) & 0xff) << 24);
+        }
     const QImage sprite = ZornTest::randomSprite(QSize(160, 120), 64, 11)
                               .scaled(size)
                               .convertToFormat(QImage::Format_ARGB32);
 
     std::printf("adaptImageToPalette, %dx%d, best of rounds\n", size.width(), size.height());
     bool allSame = true;
-    for (const auto &[name, picture] : {std::make_pair("sprite-like", sprite),
-                                         std::make_pair("many colours", many)}) {
+    for (const auto &[name, picture] :
+         {std::make_pair("sprite-like", sprite), std::make_pair("many colours", many),
+          std::make_pair("many, alpha", manyAlpha)}) {
         QImage ours, plain;
         const double tOurs = best(5, [&] {
             ours = picture;

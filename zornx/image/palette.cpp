@@ -14,6 +14,7 @@
 #include <cstring>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace Zorn {
 
@@ -601,11 +602,18 @@ void PaletteObject::empty()
 
 namespace {
 
-// The search for one pixel: least cost, first of equals. Entries are walked in order of red
-// outwards from the pixel's red, and a direction ends once the red difference alone costs more
-// than the best so far; the result is that of trying all 256 in index order.
+// The search for one pixel: least cost, first of equals; the result is that of trying all 256
+// entries in index order. Opaque pixels try only the entries that can win somewhere in their
+// cell of 32 × 32 × 32 colours. Others walk the entries in order of red outwards from the
+// pixel's red, and a direction ends once the red difference alone costs more than the best.
 struct Matcher
 {
+    RGBA entries[256];
+    // Per cell, the entries whose least cost there is at most the least of the greatest costs;
+    // in index order, made on first use.
+    mutable std::vector<uchar> cells[512];
+    mutable bool built[512] = {};
+
     struct Entry
     {
         int r, g, b, a, index;
@@ -617,6 +625,7 @@ struct Matcher
 
     explicit Matcher(const RGBA *palette)
     {
+        std::copy(palette, palette + 256, entries);
         for (int i = 0; i < 256; ++i)
             sorted[i] = {palette[i].red, palette[i].green, palette[i].blue, palette[i].alpha, i};
         std::stable_sort(sorted, sorted + 256,
@@ -642,6 +651,8 @@ struct Matcher
         const int A = qAlpha(pixel), R = qRed(pixel), G = qGreen(pixel), B = qBlue(pixel);
         if (A == 0)
             return transparent;
+        if (A == 255)
+            return matchOpaque(R, G, B);
         uint best = UINT_MAX;
         int bestIndex = 256;
         const auto consider = [&](const Entry &e) {
@@ -670,6 +681,50 @@ struct Matcher
             consider(sorted[pos]);
         }
         return uchar(bestIndex);
+    }
+
+    uchar matchOpaque(int R, int G, int B) const
+    {
+        const int c = (R >> 5) << 6 | (G >> 5) << 3 | (B >> 5);
+        if (!built[c])
+            buildCell(c);
+        uint best = UINT_MAX;
+        int bestIndex = 0;
+        for (const uchar i : cells[c]) {
+            const RGBA &e = entries[i];
+            const int dr = e.red - R, dg = e.green - G, db = e.blue - B, da = 255 - e.alpha;
+            const uint cost = uint(dr * dr + dg * dg + db * db + da * da);
+            if (cost < best) {
+                best = cost;
+                bestIndex = i;
+            }
+        }
+        return uchar(bestIndex);
+    }
+
+    void buildCell(int c) const
+    {
+        const int low[3] = {(c >> 6) << 5, ((c >> 3) & 7) << 5, (c & 7) << 5};
+        uint least[256];
+        uint limit = UINT_MAX;
+        for (int i = 0; i < 256; ++i) {
+            const int value[3] = {entries[i].red, entries[i].green, entries[i].blue};
+            const int da = 255 - entries[i].alpha;
+            uint nearest = uint(da * da), farthest = uint(da * da);
+            for (int k = 0; k < 3; ++k) {
+                const int l = low[k], h = low[k] + 31, v = value[k];
+                const int dNear = v < l ? l - v : v > h ? v - h : 0;
+                const int dFar = qMax(qAbs(v - l), qAbs(v - h));
+                nearest += uint(dNear * dNear);
+                farthest += uint(dFar * dFar);
+            }
+            least[i] = nearest;
+            limit = qMin(limit, farthest);
+        }
+        for (int i = 0; i < 256; ++i)
+            if (least[i] <= limit)
+                cells[c].push_back(uchar(i));
+        built[c] = true;
     }
 };
 
