@@ -248,19 +248,7 @@ void tst_Palette::signalPairs_data()
         b.open(QIODevice::ReadOnly);
         QVERIFY(!p.fromFile(&b, "ACT"));
     }) << false;
-    QTest::newRow("toFile") << Operation([](PaletteObject &p) {
-        QBuffer b;
-        b.open(QIODevice::WriteOnly);
-        QVERIFY(p.toFile(&b, "ACT"));
-    }) << false;
     QTest::newRow("empty") << Operation([](PaletteObject &p) { p.empty(); }) << false;
-    QTest::newRow("rebind") << Operation([](PaletteObject &p) { p = other; }) << false;
-    QTest::newRow("reads") << Operation([](PaletteObject &p) {
-        RGBA out[256];
-        p.toPalette(out);
-        p.index(RGBA());
-        p.colorAt(3);
-    }) << false;
 }
 
 void tst_Palette::signalPairs()
