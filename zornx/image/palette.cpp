@@ -603,97 +603,38 @@ void PaletteObject::empty()
 namespace {
 
 // The search for one pixel: least cost, first of equals; the result is that of trying all 256
-// entries in index order. Opaque pixels try only the entries that can win somewhere in their
-// cell of 32 × 32 × 32 colours. Others walk the entries in order of red outwards from the
-// pixel's red, and a direction ends once the red difference alone costs more than the best.
-struct Matcher
+// entries in index order. A pixel tries only the entries that can win somewhere in its cell:
+// 32 × 32 × 32 colours and a band of alpha (1 to 31, 32 to 63, ..., 224 to 254, and 255 alone).
+// An entry is left out when the least it can cost in the cell exceeds what another entry costs
+// at most there. Pixels of alpha 0 all take one answer: their colour part is 0.
+class Matcher
 {
-    RGBA entries[256];
-    // Per cell, the entries whose least cost there is at most the least of the greatest costs;
-    // in index order, made on first use.
-    mutable std::vector<uchar> cells[512];
-    mutable bool built[512] = {};
-
-    struct Entry
-    {
-        int r, g, b, a, index;
-    };
-    Entry sorted[256];
-    int start[257];    // first sorted position with red >= the given value
-    int position[256]; // sorted position of each entry
-    uchar transparent; // the answer for every pixel of alpha 0: the colour part is 0
-
+public:
     explicit Matcher(const RGBA *palette)
     {
         std::copy(palette, palette + 256, entries);
-        for (int i = 0; i < 256; ++i)
-            sorted[i] = {palette[i].red, palette[i].green, palette[i].blue, palette[i].alpha, i};
-        std::stable_sort(sorted, sorted + 256,
-                         [](const Entry &x, const Entry &y) { return x.r < y.r; });
-        for (int pos = 0; pos < 256; ++pos)
-            position[sorted[pos].index] = pos;
-        for (int v = 0, pos = 0; v <= 256; ++v) {
-            while (pos < 256 && sorted[pos].r < v)
-                ++pos;
-            start[v] = pos;
-        }
         int best = 0;
         for (int i = 1; i < 256; ++i)
-            if (palette[i].alpha * palette[i].alpha < palette[best].alpha * palette[best].alpha)
+            if (entries[i].alpha < entries[best].alpha)
                 best = i;
         transparent = uchar(best);
     }
 
-    // hint: an entry tried first, usually the last pixel's answer. A close first answer prunes
-    // more; the result doesn't depend on it.
-    uchar match(QRgb pixel, int hint = -1) const
+    uchar match(QRgb pixel)
     {
         const int A = qAlpha(pixel), R = qRed(pixel), G = qGreen(pixel), B = qBlue(pixel);
         if (A == 0)
             return transparent;
-        if (A == 255)
-            return matchOpaque(R, G, B);
-        uint best = UINT_MAX;
-        int bestIndex = 256;
-        const auto consider = [&](const Entry &e) {
-            const int dr = e.r - R, dg = e.g - G, db = e.b - B, da = A - e.a;
-            uint colour = uint(dr * dr + dg * dg + db * db);
-            if (A != 255)
-                colour = colour * uint(A) / 255u;
-            const uint cost = colour + uint(da * da);
-            if (cost < best || (cost == best && e.index < bestIndex)) {
-                best = cost;
-                bestIndex = e.index;
-            }
-        };
-        if (hint >= 0)
-            consider(sorted[position[hint]]);
-        // What the red difference alone costs at least, weighted as the colour part is.
-        const auto bound = [A](int dr) { return uint(dr * dr) * uint(A) / 255u; };
-        for (int pos = start[R]; pos < 256; ++pos) {
-            if (bound(sorted[pos].r - R) > best)
-                break;
-            consider(sorted[pos]);
-        }
-        for (int pos = start[R] - 1; pos >= 0; --pos) {
-            if (bound(sorted[pos].r - R) > best)
-                break;
-            consider(sorted[pos]);
-        }
-        return uchar(bestIndex);
-    }
-
-    uchar matchOpaque(int R, int G, int B) const
-    {
-        const int c = (R >> 5) << 6 | (G >> 5) << 3 | (B >> 5);
+        const int c = ((R >> 5) << 6 | (G >> 5) << 3 | (B >> 5)) * Bands + (A == 255 ? 8 : A >> 5);
         if (!built[c])
             buildCell(c);
         uint best = UINT_MAX;
         int bestIndex = 0;
         for (const uchar i : cells[c]) {
             const RGBA &e = entries[i];
-            const int dr = e.red - R, dg = e.green - G, db = e.blue - B, da = 255 - e.alpha;
-            const uint cost = uint(dr * dr + dg * dg + db * db + da * da);
+            const int dr = e.red - R, dg = e.green - G, db = e.blue - B, da = A - e.alpha;
+            const uint colour = uint(dr * dr + dg * dg + db * db);
+            const uint cost = (A == 255 ? colour : colour * uint(A) / 255u) + uint(da * da);
             if (cost < best) {
                 best = cost;
                 bestIndex = i;
@@ -702,15 +643,20 @@ struct Matcher
         return uchar(bestIndex);
     }
 
-    void buildCell(int c) const
+private:
+    enum { Bands = 9, Cells = 512 * Bands };
+
+    void buildCell(int c)
     {
-        const int low[3] = {(c >> 6) << 5, ((c >> 3) & 7) << 5, (c & 7) << 5};
+        const int cell = c / Bands, band = c % Bands;
+        const int low[3] = {(cell >> 6) << 5, ((cell >> 3) & 7) << 5, (cell & 7) << 5};
+        const uint a0 = band == 8 ? 255 : uint(qMax(1, band << 5));
+        const uint a1 = band == 8 ? 255 : uint(qMin(254, (band << 5) + 31));
         uint least[256];
         uint limit = UINT_MAX;
         for (int i = 0; i < 256; ++i) {
             const int value[3] = {entries[i].red, entries[i].green, entries[i].blue};
-            const int da = 255 - entries[i].alpha;
-            uint nearest = uint(da * da), farthest = uint(da * da);
+            uint nearest = 0, farthest = 0;
             for (int k = 0; k < 3; ++k) {
                 const int l = low[k], h = low[k] + 31, v = value[k];
                 const int dNear = v < l ? l - v : v > h ? v - h : 0;
@@ -718,14 +664,23 @@ struct Matcher
                 nearest += uint(dNear * dNear);
                 farthest += uint(dFar * dFar);
             }
-            least[i] = nearest;
-            limit = qMin(limit, farthest);
+            const int e = entries[i].alpha;
+            const int d0 = int(a0) - e, d1 = int(a1) - e;
+            const uint alphaNear = (e >= int(a0) && e <= int(a1)) ? 0u : uint(qMin(d0 * d0, d1 * d1));
+            const uint alphaFar = uint(qMax(d0 * d0, d1 * d1));
+            least[i] = nearest * a0 / 255u + alphaNear;
+            limit = qMin(limit, farthest * a1 / 255u + alphaFar);
         }
         for (int i = 0; i < 256; ++i)
             if (least[i] <= limit)
                 cells[c].push_back(uchar(i));
         built[c] = true;
     }
+
+    RGBA entries[256];
+    uchar transparent;
+    std::vector<uchar> cells[Cells];
+    bool built[Cells] = {};
 };
 
 // A direct-mapped memory of looked-up pixels: sprites use few colours. Every slot starts as
@@ -733,7 +688,7 @@ struct Matcher
 class MatchCache
 {
 public:
-    explicit MatchCache(const Matcher &matcher) : matcher(matcher)
+    explicit MatchCache(const RGBA *palette) : matcher(palette)
     {
         std::fill(keys, keys + Size, 0u);
         std::fill(values, values + Size, matcher.match(0));
@@ -744,18 +699,16 @@ public:
         const uint slot = (pixel * 2654435761u) >> (32 - Bits);
         if (keys[slot] != pixel) {
             keys[slot] = pixel;
-            values[slot] = matcher.match(pixel, last);
+            values[slot] = matcher.match(pixel);
         }
-        last = values[slot];
         return values[slot];
     }
 
 private:
     enum { Bits = 12, Size = 1 << Bits };
-    const Matcher &matcher;
+    Matcher matcher;
     QRgb keys[Size];
     uchar values[Size];
-    int last = -1;
 };
 
 } // namespace
@@ -778,8 +731,7 @@ void adaptImageToPalette(QImage &image, const RGBA palette[256])
                               : image.convertToFormat(QImage::Format_ARGB32);
     QImage result(image.size(), QImage::Format_Indexed8);
     if (!source.isNull() && !result.isNull()) {
-        const Matcher matcher(palette);
-        const std::unique_ptr<MatchCache> cache(new MatchCache(matcher)); // 20 KiB: not on the stack
+        const std::unique_ptr<MatchCache> cache(new MatchCache(palette)); // too big for the stack
         for (int y = 0; y < source.height(); ++y) {
             const QRgb *in = reinterpret_cast<const QRgb *>(source.constScanLine(y));
             uchar *out = result.scanLine(y);
