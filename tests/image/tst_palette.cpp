@@ -8,7 +8,6 @@
 #include <zornx/image/palette.h>
 
 #include <QtCore/QBuffer>
-#include <QtCore/QDataStream>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
