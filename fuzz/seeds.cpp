@@ -11,6 +11,7 @@
 #include <zornx/core/extension.h>
 #include <zornx/image/gifimage.h>
 #include <zornx/image/imagecodecs.h>
+#include <zornx/image/palette.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QCoreApplication>
@@ -172,6 +173,36 @@ void engineSeeds()
          }));
 }
 
+// The palette targets that read by content put the magic in front themselves: their seeds
+// start behind it.
+void paletteSeeds()
+{
+    Zorn::RGBA table[256];
+    for (int i = 0; i < 256; ++i)
+        table[i] = Zorn::RGBA(uchar(i), uchar(i * 3), uchar(255 - i), 255);
+    const Zorn::PaletteObject palette(table);
+    seed("palette_act", "ramp.act", written([&](QIODevice *d) { return palette.toFile(d, "ACT"); }));
+    const QImage sprite = ZornTest::randomSprite(QSize(8, 8), 16, 3);
+    seed("palette_png", "16.png", written([&](QIODevice *d) { return Zorn::saveImage(d, "PNG", sprite); }));
+    seed("palette_bmp", "16.bmp", written([&](QIODevice *d) { return Zorn::saveImage(d, "BMP", sprite); }));
+    QByteArray gif("GIF89a\x02\0\x02\0\x81\0\0", 13);
+    for (int i = 0; i < 4; ++i)
+        gif += QByteArray(3, char(i * 60));
+    seed("palette_gif", "4.gif", gif + ';');
+    seed("palette_riff", "2.pal",
+         QByteArray("\x18\0\0\0PAL data\x0c\0\0\0\0\3\2\0\1\2\3\0\4\5\6\0", 28));
+    seed("palette_jasc", "3.pal", "-PAL\r\n0100\r\n3\r\n1 2 3\r\n255 0 9 128\r\nx\r\n");
+    seed("palette_corel", "2.txt", " 1\nCOLS 2\nR:1, G:2, B:3\nR: 4,G: 5,B: 6 A: 7\n");
+    seed("palette_aco", "2.aco", QByteArray("\0\1\0\2\0\0\xff\xff\0\0\0\0\0\0"
+                                             "\0\x08\x10\0\0\0\0\0\0\0", 24));
+    const QByteArray ase("\0\1\0\0\0\0\0\3"                    // version 1.0, 3 blocks
+                         "\xc0\x01\0\0\0\x06\0\2\0G\0\0"         // group "G"
+                         "\0\1\0\0\0\x0e\0\1\0\0Gray\x3f\0\0\0\0\2" // grey 0.5
+                         "\xc0\x02\0\0\0\0",                      // group end
+                         46);
+    seed("palette_ase", "grey.ase", ase);
+}
+
 void zipSeeds(const QString &pluginDirectory)
 {
     Zorn::ExtensionManager manager(pluginDirectory);
@@ -239,5 +270,6 @@ int main(int argc, char **argv)
     zipSeeds(QStringLiteral(ZORNX_PLUGIN_DIR));
     projectSeeds();
     snippetSeeds();
+    paletteSeeds();
     return 0;
 }

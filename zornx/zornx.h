@@ -46,6 +46,8 @@
 #include <zornx/image/gifimage.h>
 #include <zornx/image/imagecodecs.h>
 #include <zornx/image/imageoperations.h>
+#include <zornx/image/palette.h>
+#include <zornx/image/sprite.h>
 
 #include <zornx/codeedit/codefileeditor.h>
 #include <zornx/codeedit/codeworkspace.h>
