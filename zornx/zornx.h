@@ -22,6 +22,11 @@
 #include <zornx/project/projectfile.h>
 #include <zornx/project/treemodel.h>
 
+#include <zornx/cache/asyncfilecache.h>
+#include <zornx/cache/diskcache.h>
+#include <zornx/cache/filecache.h>
+#include <zornx/cache/streamcache.h>
+
 #include <zornx/code/codeblockdata.h>
 #include <zornx/code/codedocument.h>
 #include <zornx/code/codeeditor.h>
