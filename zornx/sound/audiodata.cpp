@@ -12,11 +12,13 @@ AudioData::AudioData(StreamCache *cache, QObject *parent)
 {
     if (!m_cache)
         m_cache = m_ownCache = new MemoryCache;
+    connect(m_undo, &QUndoStack::indexChanged, this, &AudioData::undoStepDone);
 }
 
 AudioData::~AudioData()
 {
     // The commands give their items back to the cache, which must outlive them.
+    m_quiet = true;
     m_undo->clear();
     delete m_ownCache;
 }
@@ -24,7 +26,9 @@ AudioData::~AudioData()
 void AudioData::setSample(const SoundSample &sample)
 {
     emit sampleAboutToChange();
+    m_quiet = true;
     m_undo->clear();
+    m_quiet = false;
     m_sample = sample;
     m_bytesPerFrame = quint32(sample.channels) * bytesPerSample(sample.bits);
     // The frame count never claims more than the bytes hold.
@@ -77,7 +81,7 @@ bool AudioData::replaceSelection(const QByteArray &bytes)
         && (m_bytesPerFrame == 0 || bytes.isEmpty() || bytes.size() % m_bytesPerFrame != 0))
         return false;
     const quint32 frames = m_bytesPerFrame ? quint32(bytes.size()) / m_bytesPerFrame : 0;
-    m_replacing = true;
+    m_quiet = true;
     emit sampleAboutToChange();
     if (remove) {
         m_undo->push(new SampleRemove(this, offset, len * m_bytesPerFrame));
@@ -91,16 +95,16 @@ bool AudioData::replaceSelection(const QByteArray &bytes)
     } else {
         m_undo->push(new SampleChange(this, offset, bytes));
     }
-    m_replacing = false;
+    m_quiet = false;
     emit sampleChanged();
     return true;
 }
 
-// Undo and redo from the stack tell the views; a step pushed by replaceSelection() is told
-// once, by replaceSelection() itself. The selection is clamped to what is left of the sound.
+// Undo and redo tell the views once a step (a macro is one); a step pushed by
+// replaceSelection() is told by replaceSelection() itself. The selection is clamped to what is left of the sound.
 void AudioData::undoStepDone()
 {
-    if (m_replacing)
+    if (m_quiet)
         return;
     setSelection(m_selectionStart, m_selectionEnd);
     emit sampleChanged();
@@ -122,38 +126,29 @@ SampleUndoCommand::~SampleUndoCommand()
 
 void SampleUndoCommand::insertFromItem()
 {
-    if (!m_data->m_replacing)
-        emit m_data->sampleAboutToChange();
     SoundSample &sample = m_data->m_sample;
     const QByteArray bytes = m_item->data();
     sample.data.insert(int(qMin<quint32>(m_offset, quint32(sample.data.size()))), bytes);
     sample.samples += m_frames;
     m_item->setData(QByteArray());
-    m_data->undoStepDone();
 }
 
 void SampleUndoCommand::removeToItem()
 {
-    if (!m_data->m_replacing)
-        emit m_data->sampleAboutToChange();
     SoundSample &sample = m_data->m_sample;
     m_item->setData(sample.data.mid(int(m_offset), int(m_size)));
     sample.data.remove(int(m_offset), int(m_size));
     sample.samples -= qMin(m_frames, sample.samples);
-    m_data->undoStepDone();
 }
 
 void SampleUndoCommand::swapWithItem()
 {
-    if (!m_data->m_replacing)
-        emit m_data->sampleAboutToChange();
     SoundSample &sample = m_data->m_sample;
     const QByteArray incoming = m_item->data();
     const int offset = int(qMin<quint32>(m_offset, quint32(sample.data.size())));
     const int size = qMin(incoming.size(), sample.data.size() - offset);
     m_item->setData(sample.data.mid(offset, size));
     std::memcpy(sample.data.data() + offset, incoming.constData(), size_t(size));
-    m_data->undoStepDone();
 }
 
 SampleInsert::SampleInsert(AudioData *data, quint32 offset, const QByteArray &bytes)

@@ -52,6 +52,7 @@ private:
     friend class SampleUndoCommand;
     void undoStepDone();
 
+
     StreamCache *m_cache;
     MemoryCache *m_ownCache = nullptr;
     SoundSample m_sample;
@@ -59,7 +60,7 @@ private:
     quint32 m_bytesPerFrame = 0;
     quint32 m_selectionStart = 0;
     quint32 m_selectionEnd = 0;
-    bool m_replacing = false;
+    bool m_quiet = false; // no signals for steps that the caller tells of itself
 };
 
 } // namespace Zorn

@@ -260,13 +260,20 @@ void SelectionMoveTool::commit(quint32 position)
         waveform->update();
         return;
     }
-    data->undoStack()->beginMacro(QString());
-    data->setSelection(moveStart, moveEnd);
-    const QByteArray bytes = data->selectedBytes();
-    data->replaceSelection(QByteArray());
-    data->setSelection(position, position);
-    data->replaceSelection(bytes);
-    data->undoStack()->endMacro();
+    // One change of the span that the block crosses: the block and the frames it passes swap
+    // places. (A removal and an insertion would need an empty selection at the very end of
+    // the sound, which the selection's clamping does not allow.)
+    const quint32 low = qMin(moveStart, position);
+    const quint32 high = qMax(moveEnd, position + len);
+    data->setSelection(low, high);
+    const QByteArray span = data->selectedBytes();
+    const int frame = int(data->bytesPerFrame());
+    const int block = int(len) * frame;
+    const int from = int(moveStart - low) * frame;
+    QByteArray moved = span;
+    moved.remove(from, block);
+    moved.insert(int(position - low) * frame, span.mid(from, block));
+    data->replaceSelection(moved);
     data->setSelection(position, position + len);
     moveStart = position;
     moveEnd = position + len;
