@@ -10,7 +10,7 @@ namespace Zorn {
 
 // One edit of a sound's bytes. What the command must remember lies in an item of the data's
 // stream cache; the command keeps only its place and size.
-class SampleUndoCommand : public QUndoCommand
+class ZORNX_EXPORT SampleUndoCommand : public QUndoCommand
 {
 public:
     ~SampleUndoCommand() override;

@@ -77,7 +77,11 @@ bool readRiff(QIODevice *device, QByteArray &body)
     in >> size;
     if (in.readRawData(wave, 4) != 4 || std::memcmp(wave, "WAVE", 4) != 0 || size < 4)
         return false;
-    body = device->read(qMin<qint64>(size - 4, SoundPrivate::MaxBytes));
+    // Never more than the device holds: read() allocates what it is asked for.
+    qint64 want = qMin<qint64>(size - 4, SoundPrivate::MaxBytes);
+    if (!device->isSequential())
+        want = qMin(want, device->size() - device->pos());
+    body = device->read(qMax<qint64>(want, 0));
     return true;
 }
 
