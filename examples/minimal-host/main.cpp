@@ -168,7 +168,7 @@ int main(int argc, char **argv)
     Zorn::resampleSound(tone, {1, 16, 22050, 0});
     out << "Sound: " << tone.samples << " frames at " << tone.frequency << " Hz, mono\n";
     for (const char *format : {"WAV", "OGG", "FLAC", "MP3"}) {
-        QFile file(work.filePath(QStringLiteral("tone.") + QLatin1String(format).toLower()));
+        QFile file(work.filePath(QStringLiteral("tone.") + QString::fromLatin1(format).toLower()));
         const bool saved = Zorn::saveSound(&file, format, tone);
         file.close();
         Zorn::SoundSample back;
