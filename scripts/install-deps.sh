@@ -13,7 +13,7 @@ build_pkgs=(
 )
 test_pkgs=(
     xvfb xauth fonts-dejavu-core zip unzip giflib-tools imagemagick
-    sox libsox-fmt-all flac mpg123
+    sox libsox-fmt-all flac mpg123 ffmpeg
 )
 
 missing=()
