@@ -31,7 +31,6 @@ struct SoundSample
     QByteArray data;
 
     SampleInfo info() const { return {channels, bits, frequency, samples}; }
-    bool isEmpty() const { return data.isEmpty(); }
 };
 
 // Bytes one stored sample takes: 20-bit samples sit left-justified in three bytes, as 24-bit
