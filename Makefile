@@ -5,11 +5,16 @@
 #                          the same under ThreadSanitizer, in build-tsan/. Qt is not built with
 #                          it: tests/tsan.supp suppresses what Qt orders internally, naming Qt
 #                          code only.
-#   make demo              builds and runs the example host
+#   make demo              builds and starts the studio on a copy of the sample game; without
+#                          a display, runs the example host and writes studio screenshots
+#                          into the build directory
 #   make bench             builds and runs the benchmarks
+#   make fuzz              builds the libFuzzer targets with clang (build-fuzz/) and runs each
+#                          for FUZZ_SECONDS (default 60) on seeds written by the library
 
 SANITIZE ?= 0
 JOBS ?= 2
+FUZZ_SECONDS ?= 60
 ifeq ($(SANITIZE),thread)
 BUILD ?= build-tsan
 CMAKE_FLAGS += -DZORNX_SANITIZE=thread -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -21,7 +26,7 @@ BUILD ?= build
 CMAKE_FLAGS += -DCMAKE_BUILD_TYPE=RelWithDebInfo
 endif
 
-.PHONY: all deps configure build test demo bench clean
+.PHONY: all deps configure build test demo bench fuzz clean
 
 all: build
 
@@ -46,8 +51,25 @@ else
 		ctest --output-on-failure -j$(JOBS)
 endif
 
+# The studio edits a copy of the sample game, made once, so that the sources stay as they are.
+DEMO_GAME = $(BUILD)/demo-game
+STUDIO = $(BUILD)/apps/studio/studio
+
 demo: build
-	$(BUILD)/examples/minimal-host/minimal-host
+	@test -d $(DEMO_GAME) || cp -r examples/sample-game $(DEMO_GAME)
+	@if [ -n "$$DISPLAY" ]; then \
+		$(STUDIO) --open chars/lantern/lantern.moves $(DEMO_GAME); \
+	else \
+		$(BUILD)/examples/minimal-host/minimal-host || exit 1; \
+		if command -v xvfb-run >/dev/null; then run="xvfb-run -a"; \
+		else run="env QT_QPA_PLATFORM=offscreen"; fi; \
+		$$run $(STUDIO) --settings $(BUILD)/demo-settings/studio.ini \
+			--screenshot $(BUILD)/studio.png $(DEMO_GAME) && \
+		$$run $(STUDIO) --settings $(BUILD)/demo-settings/studio.ini \
+			--screenshot $(BUILD)/studio-code.png --open chars/lantern/lantern.moves \
+			$(DEMO_GAME) && \
+		echo "Studio screenshots: $(BUILD)/studio.png $(BUILD)/studio-code.png"; \
+	fi
 
 bench: deps
 	cmake -S . -B build-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZORNX_BUILD_BENCH=ON
@@ -55,5 +77,11 @@ bench: deps
 	for b in build-bench/bench/bench_*; do \
 		if [ -f "$$b" ] && [ -x "$$b" ]; then "$$b" || exit 1; fi; done
 
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DZORNX_FUZZ=ON -DZORNX_BUILD_EXAMPLES=OFF
+	cmake --build build-fuzz -j$(JOBS) --target fuzz_all
+	bash fuzz/run.sh build-fuzz $(FUZZ_SECONDS)
+
 clean:
-	rm -rf build build-sanitize build-tsan build-bench
+	rm -rf build build-sanitize build-tsan build-bench build-fuzz

@@ -1,7 +1,8 @@
 # zornx_add_test(NAME <name> SOURCES <files...> [LIBS <targets...>] [LABELS <labels...>])
 #
 # One QtTest program per call. Widgets run on the offscreen platform; tests labelled "gl"
-# run under xvfb-run instead, since the offscreen platform has no OpenGL.
+# run under xvfb-run instead, since the offscreen platform has no OpenGL, and so do those
+# labelled "gui", which drive whole windows as a person would.
 function(zornx_add_test)
     cmake_parse_arguments(T "" "NAME" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${T_NAME} ${T_SOURCES})
@@ -11,6 +12,10 @@ function(zornx_add_test)
     if("gl" IN_LIST T_LABELS)
         set(command xvfb-run -a $<TARGET_FILE:${T_NAME}>)
         set(env "ALSOFT_DRIVERS=null")
+    elseif("gui" IN_LIST T_LABELS)
+        # Windows without OpenGL: the driver would only be loaded to sit unused.
+        set(command xvfb-run -a $<TARGET_FILE:${T_NAME}>)
+        set(env "ALSOFT_DRIVERS=null" "QT_XCB_GL_INTEGRATION=none")
     endif()
     add_test(NAME ${T_NAME} COMMAND ${command})
     set_tests_properties(${T_NAME} PROPERTIES

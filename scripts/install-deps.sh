@@ -15,9 +15,11 @@ test_pkgs=(
     xvfb xauth fonts-dejavu-core zip unzip giflib-tools imagemagick
     sox libsox-fmt-all flac mpg123 ffmpeg
 )
+# make fuzz: clang with libFuzzer and the sanitizer runtimes.
+fuzz_pkgs=(clang libclang-rt-14-dev)
 
 missing=()
-for p in "${build_pkgs[@]}" "${test_pkgs[@]}"; do
+for p in "${build_pkgs[@]}" "${test_pkgs[@]}" "${fuzz_pkgs[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
 [[ ${#missing[@]} -eq 0 ]] && exit 0

@@ -48,5 +48,11 @@
 #include <zornx/editor/propertyedit.h>
 #include <zornx/editor/section.h>
 #include <zornx/editor/workspace.h>
+#include <zornx/image/imagecodecs.h>
+#include <zornx/image/imageoperations.h>
+
+#include <zornx/codeedit/codefileeditor.h>
+#include <zornx/codeedit/codeworkspace.h>
+#include <zornx/codeedit/snippets.h>
 
 #endif

@@ -80,8 +80,12 @@ void DialogResponder::poll()
                 files->reject();
             }
         } else {
+            // Any other dialog: before() fills it in, Ok accepts it.
             seen.append(record);
-            dialog->reject();
+            if (haveAnswer && a.button == QMessageBox::Ok)
+                dialog->accept();
+            else
+                dialog->reject();
         }
         return; // one dialog per tick: the next may only appear after this one closed
     }

@@ -27,7 +27,8 @@ public:
 
     DialogResponder();
 
-    // before runs just ahead of the answer, while the dialog is still open.
+    // before runs just ahead of the answer, while the dialog is still open. A dialog other
+    // than a message box, an input or a file dialog is accepted by Ok and rejected otherwise.
     void answer(QMessageBox::StandardButton button, std::function<void()> before = {});
     void answerText(const QString &text); // QInputDialog
     void answerFile(const QString &path); // QFileDialog (non-native)
