@@ -62,18 +62,21 @@ SoundSample soundFromOGG(QIODevice *device)
     if (info && info->channels > 0 && info->channels <= 0xFFFF && info->rate > 0 && total > 0) {
         const qint64 frameBytes = 2 * qint64(info->channels);
         const qint64 wanted = qMin<qint64>(total, SoundPrivate::MaxBytes / frameBytes) * frameBytes;
-        // Decoded data grows as it comes: a forged length in the last page costs no memory.
-        QByteArray data;
-        data.reserve(SoundPrivate::reserveFor(wanted, device->size()));
-        char buffer[16384];
+        // Decoded straight into the data, which grows as it comes: a forged length in the last
+        // page costs no memory.
+        QByteArray data(SoundPrivate::reserveFor(wanted, device->size()), Qt::Uninitialized);
+        qint64 size = 0;
         int section = 0;
-        while (data.size() < wanted) {
-            const long n = ov_read(&file, buffer, int(qMin<qint64>(sizeof buffer, wanted - data.size())),
-                                   0, 2, 1, &section);
+        while (size < wanted) {
+            if (data.size() - size < 16384)
+                data.resize(int(qMin(wanted, qMax<qint64>(size + 65536, 2 * size))));
+            const int room = int(qMin<qint64>(data.size(), wanted) - size);
+            const long n = ov_read(&file, data.data() + size, room, 0, 2, 1, &section);
             if (n < 1)
                 break;
-            data.append(buffer, int(n));
+            size += n;
         }
+        data.resize(int(size));
         data.chop(int(data.size() % frameBytes));
         sample.channels = quint16(info->channels);
         sample.bits = 16;
