@@ -163,7 +163,8 @@ int main(int argc, char **argv)
             format.write(sound, &out);
         }, format.name == QByteArray("wav") ? 3 : 1);
         QStringList arguments{wav};
-        arguments << format.soxEncode << dir.filePath(QStringLiteral("e.") + QLatin1String(format.name));
+        arguments << format.soxEncode
+                  << dir.filePath(QStringLiteral("e.") + QLatin1String(format.name));
         const double soxEncode = sox(arguments);
         std::printf("  %-4s encode: %7.1fx / %7.1fx sox = %.2f\n", format.name, 60 / encode,
                     60 / soxEncode, soxEncode / encode);

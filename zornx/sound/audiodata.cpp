@@ -101,7 +101,8 @@ bool AudioData::replaceSelection(const QByteArray &bytes)
 }
 
 // Undo and redo tell the views once a step (a macro is one); a step pushed by
-// replaceSelection() is told by replaceSelection() itself. The selection is clamped to what is left of the sound.
+// replaceSelection() is told by replaceSelection() itself. The selection is clamped to what is
+// left of the sound.
 void AudioData::undoStepDone()
 {
     if (m_quiet)

@@ -54,7 +54,8 @@ bool parseBody(const QByteArray &body, WavHeaders &headers)
                 return false;
             headers.dataOffset = int(content);
             headers.dataSize = size;
-            const quint64 block = quint64(headers.info.channels) * bytesPerSample(headers.info.bits);
+            const quint64 block =
+                quint64(headers.info.channels) * bytesPerSample(headers.info.bits);
             headers.info.samples = headers.byteRate ? quint32(size / block) : 0;
             return true;
         }
