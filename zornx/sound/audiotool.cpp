@@ -256,6 +256,7 @@ void SelectionMoveTool::commit(quint32 position)
     const quint32 len = moveEnd - moveStart;
     position = qMin(position, data->sample().samples - qMin(len, data->sample().samples));
     if (position == moveStart) {
+        pressBytes.clear();
         data->setSelection(moveStart, moveEnd);
         waveform->update();
         return;
@@ -277,7 +278,7 @@ void SelectionMoveTool::commit(quint32 position)
     data->setSelection(position, position + len);
     moveStart = position;
     moveEnd = position + len;
-    pressBytes = data->sample().data;
+    pressBytes.clear(); // no second copy of the sound beside the next edit
 }
 
 // Stretching in time.
