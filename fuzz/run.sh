@@ -12,7 +12,7 @@ dir=$build/fuzz
 if [[ ${#targets[@]} -eq 0 ]]; then
     for exe in "$dir"/fuzz_*; do
         name=${exe##*/fuzz_}
-        [[ -x $exe && -f $exe && $name != seeds ]] && targets+=("$name")
+        [[ -x $exe && -f $exe && $name != *seeds ]] && targets+=("$name")
     done
 fi
 
@@ -22,6 +22,7 @@ export ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export LSAN_OPTIONS=suppressions=$here/../tests/lsan.supp
 "$dir/fuzz_seeds" "$dir/corpus" || exit 1
+"$dir/fuzz_sound_seeds" "$dir/corpus" || exit 1
 
 status=0
 for target in "${targets[@]}"; do

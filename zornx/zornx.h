@@ -35,6 +35,11 @@
 #include <zornx/code/codeparser.h>
 #include <zornx/code/textcodecs.h>
 
+#include <zornx/sound/audiodata.h>
+#include <zornx/sound/audiotool.h>
+#include <zornx/sound/audiowaveform.h>
+#include <zornx/sound/soundsample.h>
+
 #include <zornx/editor/editor.h>
 #include <zornx/editor/filebrowseedit.h>
 #include <zornx/editor/itemsdialog.h>
