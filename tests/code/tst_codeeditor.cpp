@@ -139,11 +139,12 @@ struct Fixture
                           modifiers);
         QApplication::sendEvent(target, &event);
     }
-    QList<bool> visibility() const
+    // One digit per line: 1 shown, 0 hidden.
+    QString visibility() const
     {
-        QList<bool> out;
+        QString out;
         for (QTextBlock b = document->begin(); b.isValid(); b = b.next())
-            out << b.isVisible();
+            out += b.isVisible() ? '1' : '0';
         return out;
     }
 
@@ -430,13 +431,8 @@ void TestCodeEditor::folding()
     QCOMPARE(f.document->lineCount(), 9);
     for (int header : toggles)
         f.editor.toggleBlockVisible(f.block(header));
-    QString shown;
-    int lineCount = 0;
-    for (bool v : f.visibility()) {
-        shown += v ? '1' : '0';
-        lineCount += v;
-    }
-    QCOMPARE(shown, visible);
+    QCOMPARE(f.visibility(), visible);
+    const int lineCount = visible.count('1');
     // Hidden lines take no room, and the scroll range follows.
     QCOMPARE(f.document->lineCount(), lineCount);
     QCOMPARE(f.document->documentLayout()->documentSize().height(), qreal(lineCount));
@@ -473,10 +469,7 @@ void TestCodeEditor::foldColumnClick()
     const QPoint at(x, f.editor.top(click) + lineHeight / 2);
     f.mouse(gutter, QEvent::MouseButtonPress, at);
     f.mouse(gutter, QEvent::MouseButtonRelease, at);
-    QString shown;
-    for (bool v : f.visibility())
-        shown += v ? '1' : '0';
-    QCOMPARE(shown, visible);
+    QCOMPARE(f.visibility(), visible);
     QVERIFY(f.editor.textCursor().block().isVisible());
 }
 
@@ -664,7 +657,7 @@ void TestCodeEditor::painting()
     QVERIFY(!redIn(0));
 
     // Resting on the box of a folded header previews its lines without unfolding them.
-    const QList<bool> shown = f.visibility();
+    const QString shown = f.visibility();
     const int lines = f.document->lineCount();
     QTextCursor end(f.block(2));
     end.movePosition(QTextCursor::EndOfBlock);
