@@ -1,8 +1,6 @@
 #ifndef ZORNX_IMAGE_GIFIMAGE_P_H
 #define ZORNX_IMAGE_GIFIMAGE_P_H
 
-#include <zornx/core/color.h>
-
 #include <QtGui/QImage>
 
 namespace Zorn {
