@@ -1,4 +1,5 @@
 #include "sampleengine.h"
+#include "spritefile.h"
 
 #include <zornx/core/object.h>
 
@@ -131,7 +132,12 @@ Project *Project::load(Zorn::ParentProject *parent, const QString &mainFile,
     // The files come from the engine's factory, as in a real module.
     Zorn::Engine *engine = parent ? parent->engine() : nullptr;
     for (const ExternalFile &entry : qAsConst(files)) {
-        Zorn::ProjectFile *file = engine ? engine->createFile(entry.id, project) : nullptr;
+        // Only names with the container's suffix are sprite files; other sprite entries (the
+        // text placeholders of older games) stay ini files.
+        const bool fromEngine = entry.id != Zorn::Project::Sprites
+                               || entry.name.endsWith(SpriteFile::suffix(), Qt::CaseInsensitive);
+        Zorn::ProjectFile *file = engine && fromEngine ? engine->createFile(entry.id, project)
+                                                      : nullptr;
         if (!file)
             file = new IniFile;
         if (file->fromFile(store, directory + QLatin1Char('/') + entry.name, 0, nullptr))
@@ -186,6 +192,8 @@ QMap<int, QString> Engine::singleFileFilters() const
 
 Zorn::ProjectFile *Engine::createFile(int type, Zorn::Project *)
 {
+    if (type == Zorn::Project::Sprites)
+        return new SpriteFile;
     return type >= 0 && type < 5 ? new IniFile : nullptr;
 }
 

@@ -71,8 +71,9 @@ private:
 
 // A content item defined by a main file that lists its other files:
 //     [Files]
-//     sprites = a.spr, b.spr        (type 1; sounds 2, animations 3, scripts 4)
-// Every listed file is made by the engine (an IniFile without one); a missing one is skipped.
+//     sprites = a.zspr, b.zspr      (type 1; sounds 2, animations 3, scripts 4)
+// Every listed file is made by the engine (an IniFile without one), sprite files only when
+// their names end in SpriteFile::suffix(); a missing file is skipped.
 class Project : public Zorn::Project
 {
     Q_OBJECT

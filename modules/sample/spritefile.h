@@ -120,6 +120,9 @@ class SpriteFile : public Zorn::Sprites
 public:
     SpriteFile();
 
+    // The suffix of the container's file names, with its dot.
+    static QString suffix() { return QStringLiteral(".zspr"); }
+
     // Zorn::ProjectFile
     bool fromFile(Zorn::Archive &archive, const QString &name, unsigned int flags,
                   Zorn::JobStats *job) override;

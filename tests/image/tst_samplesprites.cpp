@@ -3,7 +3,8 @@
 // byte, pictures come back as drawn, equal pictures share one cache item, malformed files are
 // refused without touching what is loaded, and a failed save costs the old file nothing.
 //
-// The fixtures are drawn here; ZORNX_WRITE_FIXTURES=1 writes them anew into tests/data/sprites.
+// The fixtures are the sample game's sprite files, chars/<name>/<name>.zspr; they are drawn
+// here, and ZORNX_WRITE_FIXTURES=1 writes them anew.
 
 #include "memoryarchive.h"
 
@@ -19,7 +20,12 @@ using namespace Zorn;
 
 namespace {
 
-const QString dataDir = QStringLiteral(ZORNX_TEST_DATA "/sprites/");
+// The sample game's sprite file of a character.
+QString fixturePath(const QString &character)
+{
+    return QStringLiteral(ZORNX_SAMPLE_DIR "/chars/") + character + QLatin1Char('/') + character
+           + QStringLiteral(".zspr");
+}
 
 // A palette of our own: index 0 transparent, then ramps of one hue.
 void rampPalette(RGBA *table, int hue)
@@ -129,7 +135,7 @@ void tst_SampleSprites::initTestCase()
     if (qEnvironmentVariableIsSet("ZORNX_WRITE_FIXTURES")) {
         for (const char *character : {"lantern", "thorn"}) {
             FilePtr file(build(QLatin1String(character)));
-            QFile out(dataDir + QLatin1String(character) + QStringLiteral(".zspr"));
+            QFile out(fixturePath(QLatin1String(character)));
             QVERIFY(out.open(QIODevice::WriteOnly));
             out.write(file->serialize());
         }
@@ -146,7 +152,7 @@ void tst_SampleSprites::roundTrip_data()
 void tst_SampleSprites::roundTrip()
 {
     QFETCH(QString, character);
-    const QByteArray fixture = readFile(dataDir + character + ".zspr");
+    const QByteArray fixture = readFile(fixturePath(character));
     QVERIFY(!fixture.isEmpty());
     ZornTest::MemoryArchive archive;
     archive.files["in.zspr"] = fixture;
@@ -235,7 +241,7 @@ void tst_SampleSprites::paletteModes()
 
 void tst_SampleSprites::malformed()
 {
-    const QByteArray fixture = readFile(dataDir + "thorn.zspr");
+    const QByteArray fixture = readFile(fixturePath("thorn"));
     FilePtr file(build("lantern"));
     const QByteArray before = file->serialize();
     // Every cut, a byte too many, a sprite count out of reach, a palette index past the end.

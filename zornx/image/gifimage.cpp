@@ -1,14 +1,13 @@
 #include "gifimage.h"
 #include "gifimage_p.h"
 #include "imageoperations.h"
+#include "palette.h"
 
 #include <QtCore/QDataStream>
-#include <QtCore/QHash>
 #include <QtCore/QIODevice>
 
 #include <gif_lib.h>
 
-#include <climits>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -182,7 +181,7 @@ QVector<RGB> rgbOf(const RGBA *table, int count)
 QImage adaptForGif(const QImage &source, const RGBA (&table)[256])
 {
     QImage image = source;
-    adaptToTable(image, table);
+    adaptImageToPalette(image, table);
     if (source.format() == QImage::Format_ARGB32) {
         for (int y = 0; y < image.height(); ++y) {
             const QRgb *in = reinterpret_cast<const QRgb *>(source.constScanLine(y));
@@ -217,72 +216,6 @@ ushort firstTransparent(const QImage &image)
 }
 
 } // namespace
-
-// ---------------------------------------------------------------------------------------------
-
-void adaptToTable(QImage &image, const RGBA *palette)
-{
-    if (image.isNull())
-        return;
-    bool alphaCounts = image.format() == QImage::Format_ARGB32;
-    if (image.format() == QImage::Format_Indexed8) {
-        for (QRgb c : image.colorTable())
-            alphaCounts = alphaCounts || qAlpha(c) < 255;
-    }
-    QVector<QRgb> colors(256);
-    for (int i = 0; i < 256; ++i)
-        colors[i] = qRgba(palette[i].red, palette[i].green, palette[i].blue,
-                          alphaCounts ? palette[i].alpha : 255);
-    QImage argb = image.format() == QImage::Format_ARGB32
-                      ? image
-                      : image.convertToFormat(QImage::Format_ARGB32);
-    QImage result(image.size(), QImage::Format_Indexed8);
-    if (result.isNull() || argb.isNull()) {
-        image = QImage();
-        return;
-    }
-    const auto nearest = [&colors](QRgb pixel) {
-        const int a = qAlpha(pixel), r = qRed(pixel), g = qGreen(pixel), b = qBlue(pixel);
-        int best = 0;
-        int bestCost = INT_MAX;
-        for (int i = 0; i < 256; ++i) {
-            const QRgb e = colors[i];
-            const int dr = r - qRed(e), dg = g - qGreen(e), db = b - qBlue(e), da = a - qAlpha(e);
-            int cost = 0;
-            if (a != 0) {
-                cost = dr * dr + dg * dg + db * db;
-                if (a != 255)
-                    cost = cost * a / 255;
-            }
-            cost += da * da;
-            if (cost < bestCost) {
-                bestCost = cost;
-                best = i;
-            }
-        }
-        return uchar(best);
-    };
-    // Pictures for sprites and GIFs hold few colours: each is looked up once.
-    QHash<QRgb, uchar> cache;
-    QRgb last = ~argb.pixel(0, 0); // unlike the first pixel
-    uchar lastIndex = 0;
-    for (int y = 0; y < argb.height(); ++y) {
-        const QRgb *in = reinterpret_cast<const QRgb *>(argb.constScanLine(y));
-        uchar *out = result.scanLine(y);
-        for (int x = 0; x < argb.width(); ++x) {
-            if (in[x] != last) {
-                auto it = cache.constFind(in[x]);
-                if (it == cache.constEnd())
-                    it = cache.insert(in[x], nearest(in[x]));
-                last = in[x];
-                lastIndex = *it;
-            }
-            out[x] = lastIndex;
-        }
-    }
-    result.setColorTable(colors);
-    image = result;
-}
 
 // ---------------------------------------------------------------------------------------------
 // GIFImage
