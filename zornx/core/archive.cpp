@@ -4,6 +4,7 @@
 #include "interface.h"
 
 #include <QtCore/QDebug>
+#include <QtCore/QLoggingCategory>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QRegExp>
@@ -18,6 +19,10 @@
 #include <unistd.h>
 
 namespace Zorn {
+
+// Silent unless asked: QT_LOGGING_RULES="zornx.files.debug=true" shows every change that the
+// watcher sees.
+Q_LOGGING_CATEGORY(zornxFiles, "zornx.files", QtInfoMsg)
 
 // ---------------------------------------------------------------------------------------------
 // Archive
@@ -382,7 +387,7 @@ void FileWatcherManager::detach(FileWatchObject *object, const QString &name)
 
 void FileWatcherManager::fileChanged(const QString &path)
 {
-    qDebug() << "File modified:" << path;
+    qCDebug(zornxFiles) << "File modified:" << path;
     if (!entries.contains(path))
         return;
     if (!QFile::exists(path))
