@@ -67,7 +67,7 @@ void syncSave(benchmark::State &state)
         state.PauseTiming();
         touch(doc, iteration++);
         state.ResumeTiming();
-        doc.toFile(FileSystemArchive::instance(), fileName("sync.def"), 0, nullptr);
+        doc.toFile(FileSystemArchive::instance(), fileName("sync.cfg"), 0, nullptr);
     }
     state.SetBytesProcessed(state.iterations() * documentBytes);
 }
@@ -81,7 +81,7 @@ void backgroundSave(benchmark::State &state)
         touch(doc, iteration++);
         QElapsedTimer timer;
         timer.start();
-        doc.toFile(FileSystemArchive::instance(), fileName("background.def"),
+        doc.toFile(FileSystemArchive::instance(), fileName("background.cfg"),
                    ProjectFile::SaveInBackground, nullptr);
         qint64 gui = timer.nsecsElapsed();
         while (doc.fileName().isEmpty()) {
@@ -97,7 +97,7 @@ void backgroundSave(benchmark::State &state)
 void load(benchmark::State &state)
 {
     TestCodeDocument &source = documentOf();
-    const QString name = fileName("load.def");
+    const QString name = fileName("load.cfg");
     source.toFile(FileSystemArchive::instance(), name, 0, nullptr);
     const qint64 size = QFile(name).size();
     TestCodeDocument doc;

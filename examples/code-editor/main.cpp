@@ -1,4 +1,4 @@
-// A code editor in a window, as a host puts it up: a document of the test engine's format
+// A code editor in a window, as a host puts it up: a document of the sample engine module's format
 // where one can type, fold sections (the boxes in the gutter), hold Control and click a
 // file name to follow its link, complete "type =" and "facing =" values from the completion
 // file, click the mark column to set a mark, and read the document's messages below.
@@ -9,7 +9,7 @@
 // pointer, a mark, an edited line), saves a picture of the window and quits; --preview also
 // shows the content of the folded section under the pointer.
 
-#include "testcode.h"
+#include "samplecode.h"
 
 #include <zornx/zornx.h>
 
@@ -26,7 +26,7 @@
 namespace {
 
 // The document, with its messages shown as a list.
-class Document : public ZornTest::TestCodeDocument
+class Document : public Sample::CodeDocument
 {
 public:
     Zorn::Messages *messageList() const { return fileMessages(); }
@@ -100,7 +100,7 @@ int main(int argc, char **argv)
         else
             document->removeMark(marks.first());
     });
-    ZornTest::TestCodeLink::onOpen = [&window](ZornTest::TestCodeLink *link) {
+    Sample::Link::opener = [&window](Sample::Link *link) {
         window.statusBar()->showMessage(QStringLiteral("Opening \"%1\"").arg(link->target));
         return true;
     };

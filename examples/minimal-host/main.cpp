@@ -1,5 +1,5 @@
 // The smallest program that uses the library as a host does. It installs its Interface, loads
-// the extensions, opens a game directory as a parent project with the test engine module,
+// the extensions, opens a game directory as a parent project with the sample engine module,
 // lists the project tree and the projects, edits a file, saves through the crash-safe path
 // and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
 // prints its tree and messages, and loads, edits and saves in the background a file in a
@@ -11,9 +11,8 @@
 
 #include "host.h"
 
-#include "fixtures.h"
-#include "testcode.h"
-#include "testengine.h"
+#include "samplecode.h"
+#include "sampleengine.h"
 
 #include <zornx/zornx.h>
 
@@ -25,11 +24,61 @@
 #include <QtCore/QTextStream>
 #include <QtWidgets/QApplication>
 
-using ZornTest::IniFile;
-using ZornTest::TestParentProject;
-using ZornTest::TestProject;
+using Sample::IniFile;
 
 static QTextStream out(stdout);
+
+// The game as this host keeps it: the module's parent project, told when the last project
+// closes.
+class Game : public Sample::ParentProject
+{
+public:
+    using Sample::ParentProject::ParentProject;
+    int freed = 0;
+
+protected:
+    void free() override { ++freed; }
+};
+
+static bool copyTree(const QString &from, const QString &to)
+{
+    if (!QDir().mkpath(to))
+        return false;
+    QDirIterator it(from, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString target = to + path.mid(from.size());
+        if (it.fileInfo().isDir() ? !QDir().mkpath(target) : !QFile::copy(path, target))
+            return false;
+    }
+    return true;
+}
+
+static QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The sections and their values, as the parser's nodes hold them.
+static QString describeTree(const Zorn::RootCode *root)
+{
+    QStringList parts;
+    for (const Zorn::CodeNode *child : root->childs()) {
+        if (child->type() != Zorn::CodeNode::Group)
+            continue;
+        const auto *group = static_cast<const Sample::GroupNode *>(child);
+        QStringList values;
+        for (const Zorn::ValueCode *value : group->values())
+            values.append(value->name() + QLatin1Char('=')
+                          + Zorn::ValueCode::asString(value, value->valueType(),
+                                                      value->rawValue(), QLatin1Char(',')));
+        parts.append(QLatin1Char('[') + group->title + QStringLiteral("](")
+                     + values.join(QLatin1Char(' ')) + QLatin1Char(')'));
+    }
+    return parts.join(QLatin1Char(' '));
+}
 
 static void printTree(const QAbstractItemModel &model, const QModelIndex &parent, int depth)
 {
@@ -55,28 +104,28 @@ int main(int argc, char **argv)
                                     : QStringLiteral(ZORNX_SAMPLE_DIR);
     QTemporaryDir work;
     const QString game = work.path() + QStringLiteral("/game");
-    if (!QDir(source).exists() || !ZornTest::copyTree(QDir(source).absolutePath(), game)) {
+    if (!QDir(source).exists() || !copyTree(QDir(source).absolutePath(), game)) {
         out << "Cannot read the directory " << source << '\n';
         return 1;
     }
     Zorn::FileSystemArchive &fs = Zorn::FileSystemArchive::instance();
 
-    ZornTest::TestEngine engine;
-    TestParentProject parent(game, fs, &engine);
+    Sample::Engine engine;
+    Game parent(game, fs, &engine);
     out << "Opened " << source << (parent.isGame() ? " (a game)" : "") << '\n';
 
     // Every character directory with a main file of its own name is a project.
-    QList<TestProject *> projects;
+    QList<Sample::Project *> projects;
     const QStringList chars = fs.entries(game + QStringLiteral("/chars"), QDir::Dirs, QDir::Name);
     for (const QString &name : chars) {
         const QString main = QStringLiteral("%1/chars/%2/%2.ini").arg(game, name);
-        if (TestProject *project = TestProject::open(&parent, main))
+        if (Sample::Project *project = Sample::Project::open(&parent, main))
             projects << project;
     }
     out << "Project tree:\n";
     printTree(parent, QModelIndex(), 0);
     out << "Projects:\n";
-    for (TestProject *project : qAsConst(projects)) {
+    for (Sample::Project *project : qAsConst(projects)) {
         out << "  " << project->name() << " (" << project->basePath() << "):";
         for (int type = 0; type < 5; ++type)
             out << ' ' << engine.queryString(Zorn::Engine::FileTypeName, type) << ' '
@@ -89,7 +138,7 @@ int main(int argc, char **argv)
     }
 
     // Edit one file and save everything that changed.
-    TestProject *first = projects.first();
+    Sample::Project *first = projects.first();
     auto *script = static_cast<IniFile *>(first->filesByType(Zorn::Project::Scripts).value(0));
     if (script) {
         script->setValue(QStringLiteral("edited"), QStringLiteral("by the minimal host"));
@@ -97,7 +146,7 @@ int main(int argc, char **argv)
             << (first->isModified() ? "yes" : "no") << '\n';
         parent.save(&host);
         out << "Saved; modified now: " << (first->isModified() ? "yes" : "no")
-            << "; on disk: " << ZornTest::readFile(script->fileName()).trimmed().split('\n').last()
+            << "; on disk: " << readFile(script->fileName()).trimmed().split('\n').last()
             << '\n';
     }
 
@@ -120,10 +169,10 @@ int main(int argc, char **argv)
     }
 
     // A code file, parsed line by line by the engine's parser, with what the parser found.
-    ZornTest::TestCodeDocument code;
+    Sample::CodeDocument code;
     code.setPlainText(QStringLiteral("[Data]\nlife = 1000\npower = lots ; a string\n"
-                                     "[Statedef 200]\ntype = 1.5, 2\noops\n"));
-    out << "Code tree: " << ZornTest::describeTree(code.root()) << '\n';
+                                     "[Step 200]\ntype = 1.5, 2\noops\n"));
+    out << "Code tree: " << describeTree(code.root()) << '\n';
     const Zorn::Messages *messages = code.messages();
     for (unsigned int i = 0; i < messages->count(Zorn::Message::All); ++i) {
         const Zorn::Message m = messages->at(i, Zorn::Message::All);
@@ -132,11 +181,14 @@ int main(int argc, char **argv)
 
     // A file in windows-1251: detected on load, edited, saved on a worker thread in the same
     // encoding while the GUI thread goes on.
-    const QString cyrillic = game + QStringLiteral("/data/names.def");
-    ZornTest::writeFile(cyrillic, QTextCodec::codecForName("windows-1251")->fromUnicode(
-                                      QStringLiteral("[Names]\r\nhero = \"Иван Грозный\"\r\n"
-                                                     "rival = \"Пётр Великий\"\r\n")));
-    auto *document = new ZornTest::TestCodeDocument;
+    const QString cyrillic = game + QStringLiteral("/data/names.cfg");
+    QFile legacy(cyrillic);
+    if (legacy.open(QIODevice::WriteOnly))
+        legacy.write(QTextCodec::codecForName("windows-1251")->fromUnicode(
+            QStringLiteral("[Names]\r\nhero = \"Иван Грозный\"\r\n"
+                           "rival = \"Пётр Великий\"\r\n")));
+    legacy.close();
+    auto *document = new Sample::CodeDocument;
     document->fromFile(fs, cyrillic, 0, nullptr);
     out << "Loaded " << document->displayName() << " as " << document->codecName() << ": "
         << document->toPlainText().section('\n', 1, 1) << '\n';
@@ -147,13 +199,13 @@ int main(int argc, char **argv)
     out << "Saving in the background; file name meanwhile: \"" << document->fileName() << "\"\n";
     while (document->fileName().isEmpty())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    const QByteArray saved = ZornTest::readFile(cyrillic);
+    const QByteArray saved = readFile(cyrillic);
     out << "Saved " << saved.size() << " bytes; read back as windows-1251: "
         << QTextCodec::codecForName("windows-1251")->toUnicode(saved).trimmed().split('\n').last()
         << '\n';
     document->release();
 
-    for (TestProject *project : qAsConst(projects))
+    for (Sample::Project *project : qAsConst(projects))
         project->release();
     out << "Closed; parent project freed " << parent.freed << " time(s).\n";
     qDeleteAll(projects);

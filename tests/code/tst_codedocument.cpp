@@ -14,7 +14,7 @@
 
 using namespace Zorn;
 using ZornTest::TestCodeDocument;
-using ZornTest::TestGroupCode;
+using Sample::GroupNode;
 using ZornTest::TestNodeFile;
 
 namespace {
@@ -86,8 +86,8 @@ private Q_SLOTS:
         TestCodeDocument doc;
         doc.setPlainText("; header comment\nlife = 1\n; two comments\n; before a header\n"
                          "[Data]\nlife = 1000\npos = 1, 2\n; inside\n; also inside\n"
-                         "[Info]\nname = \"KFM\"");
-        QCOMPARE(tree(doc), QString("[Data](life=1000 pos=1, 2) [Info](name=KFM)"));
+                         "[Info]\nname = \"LANTERN\"");
+        QCOMPARE(tree(doc), QString("[Data](life=1000 pos=1, 2) [Info](name=LANTERN)"));
         QVERIFY(!doc.nodeInBlock(line(doc, 1))->parent()); // before any header
         // The first line without a node takes -1; a header its type; the rest the state
         // of the line above.
@@ -317,19 +317,19 @@ private Q_SLOTS:
         const int before = ZornTest::TestCodeLink::alive;
         {
             TestCodeDocument doc;
-            doc.setPlainText("[Files]\nsprite = \"kfm.sff\"\nsound = kfm.snd\n");
+            doc.setPlainText("[Files]\nsprite = \"lantern.spr\"\nsound = lantern.sfx\n");
             QCOMPARE(ZornTest::TestCodeLink::alive, before + 2);
             const CodeLink *link = dataOf(doc, 1)->links().first();
             QCOMPARE(link->start, line(doc, 1).position() + 9);
-            QCOMPARE(link->end, line(doc, 1).position() + 18);
+            QCOMPARE(link->end, line(doc, 1).position() + 22);
             // Text typed above moves the link, whose line is not parsed again.
             QTextCursor cursor(line(doc, 0));
             cursor.movePosition(QTextCursor::EndOfBlock);
             cursor.insertText(" ; the files");
             link = dataOf(doc, 1)->links().first();
             QCOMPARE(link->start, line(doc, 1).position() + 9);
-            QCOMPARE(link->end, line(doc, 1).position() + 18);
-            setLine(doc, 1, "sprite = \"other.sff\"");
+            QCOMPARE(link->end, line(doc, 1).position() + 22);
+            setLine(doc, 1, "sprite = \"other.spr\"");
             QCOMPARE(ZornTest::TestCodeLink::alive, before + 2); // replaced, not added
             setLine(doc, 0, "[Info]"); // in another section the value is no file
             QCOMPARE(ZornTest::TestCodeLink::alive, before);
@@ -355,8 +355,8 @@ private Q_SLOTS:
         auto tester = testModel(doc->model());
         auto *file = new TestNodeFile(doc);
         file->destroyed = &fileGone;
-        doc->registerNodeFile(file, CodeNode::Group, ZornTest::DataSection);
-        QCOMPARE(doc->nodeFile(CodeNode::Group, ZornTest::DataSection), file);
+        doc->registerNodeFile(file, CodeNode::Group, Sample::DataSection);
+        QCOMPARE(doc->nodeFile(CodeNode::Group, Sample::DataSection), file);
         QCOMPARE(file->titles(), QStringList({"Data", "Data two"}));
 
         // New sections enter at their place among those of their kind; another type takes the
@@ -383,12 +383,12 @@ private Q_SLOTS:
     void projectBindsTheDocumentOfANodeFile()
     {
         ZornTest::TestInterface host;
-        auto *project = new ZornTest::TestProject(nullptr, 0, new ZornTest::IniFile, true);
+        auto *project = new ZornTest::TestProject(nullptr, 0, new Sample::IniFile, true);
         auto *doc = new TestCodeDocument;
         bool docGone = false;
         doc->destroyed = &docGone;
         auto *file = new TestNodeFile(doc);
-        doc->registerNodeFile(file, CodeNode::Group, ZornTest::StateSection);
+        doc->registerNodeFile(file, CodeNode::Group, Sample::StateSection);
         QVERIFY(project->addFile(file, Project::Animations));
         QCOMPARE(doc->project(), project);
         // Without the node file the project lets go of the document too...
@@ -455,7 +455,7 @@ private Q_SLOTS:
         TestCodeDocument doc;
         doc.setPlainText("[Data]\na = 1\n[Info]\nname = \"x\"\n");
         auto tester = testModel(doc.model());
-        auto *data = static_cast<TestGroupCode *>(doc.root()->childs().first());
+        auto *data = static_cast<GroupNode *>(doc.root()->childs().first());
 
         doc.beginChange();
         doc.ownParser.resetCounts();

@@ -100,25 +100,25 @@ private Q_SLOTS:
         crlf.replace("\n", "\r\n");
         const QByteArray bytes = bom + qcodec->fromUnicode(crlf);
         MemoryArchive archive;
-        archive.files.insert("/in.def", bytes);
+        archive.files.insert("/in.cfg", bytes);
         TestCodeDocument doc;
-        QVERIFY(doc.fromFile(archive, "/in.def", 0, nullptr));
+        QVERIFY(doc.fromFile(archive, "/in.cfg", 0, nullptr));
         const QString name = doc.codecName().toUpper();
         QCOMPARE(name, codec.toUpper());
         QCOMPARE(doc.toPlainText(), text);
         QVERIFY(!doc.isModified());
-        QVERIFY(doc.toFile(archive, "/out.def", 0, nullptr));
-        QCOMPARE(archive.files.value("/out.def"), bytes);
-        QVERIFY(doc.toFile(archive, "/bg.def", ProjectFile::SaveInBackground, nullptr));
+        QVERIFY(doc.toFile(archive, "/out.cfg", 0, nullptr));
+        QCOMPARE(archive.files.value("/out.cfg"), bytes);
+        QVERIFY(doc.toFile(archive, "/bg.cfg", ProjectFile::SaveInBackground, nullptr));
         QVERIFY(waitForName(doc));
-        QCOMPARE(archive.files.value("/bg.def"), bytes);
-        QVERIFY(!doc.fromFile(archive, "/missing.def", 0, nullptr)); // the text stays
+        QCOMPARE(archive.files.value("/bg.cfg"), bytes);
+        QVERIFY(!doc.fromFile(archive, "/missing.cfg", 0, nullptr)); // the text stays
         QCOMPARE(doc.toPlainText(), text);
         // A copy loaded keeps the name and counts as a change.
-        QVERIFY(doc.fromFile(archive, "/out.def", ProjectFile::Copy, nullptr));
-        QVERIFY(doc.isModified() && doc.fileName() == "/bg.def");
+        QVERIFY(doc.fromFile(archive, "/out.cfg", ProjectFile::Copy, nullptr));
+        QVERIFY(doc.isModified() && doc.fileName() == "/bg.cfg");
         archive.readOnly = true;
-        QVERIFY(!doc.toFile(archive, "/out.def", 0, nullptr));
+        QVERIFY(!doc.toFile(archive, "/out.cfg", 0, nullptr));
     }
 
     // A byte order mark comes back only where there was one: a UTF-16 file without one,
@@ -130,14 +130,14 @@ private Q_SLOTS:
         const QByteArray bytes =
             QTextCodec::codecForName("UTF-16LE")->fromUnicode(text.constData(), text.size(), &state);
         MemoryArchive archive;
-        archive.files.insert("/le.def", bytes);
+        archive.files.insert("/le.cfg", bytes);
         TestCodeDocument doc;
-        QVERIFY(doc.fromFile(archive, "/le.def", 0, nullptr));
+        QVERIFY(doc.fromFile(archive, "/le.cfg", 0, nullptr));
         doc.setCodec("UTF-16LE");
         doc.reload();
         QCOMPARE(doc.toPlainText(), QString(text).remove('\r'));
-        QVERIFY(doc.toFile(archive, "/le.def", 0, nullptr));
-        QCOMPARE(archive.files.value("/le.def"), bytes);
+        QVERIFY(doc.toFile(archive, "/le.cfg", 0, nullptr));
+        QCOMPARE(archive.files.value("/le.cfg"), bytes);
     }
 
     void tabs_data()
@@ -164,14 +164,14 @@ private Q_SLOTS:
         MemoryArchive archive;
         TestCodeDocument doc;
         doc.setOption(load ? "open_tabToSpace" : "save_spaceToTab", true);
-        archive.files.insert("/a.def", in.toUtf8());
-        QVERIFY(doc.fromFile(archive, "/a.def", 0, nullptr));
+        archive.files.insert("/a.cfg", in.toUtf8());
+        QVERIFY(doc.fromFile(archive, "/a.cfg", 0, nullptr));
         if (load) {
             QCOMPARE(doc.toPlainText(), out);
             return;
         }
-        QVERIFY(doc.toFile(archive, "/b.def", 0, nullptr));
-        QCOMPARE(QString::fromUtf8(archive.files.value("/b.def")), out);
+        QVERIFY(doc.toFile(archive, "/b.cfg", 0, nullptr));
+        QCOMPARE(QString::fromUtf8(archive.files.value("/b.cfg")), out);
     }
 
     // What was taken is written; lines edited meanwhile stay unsaved; a second save and the
@@ -179,38 +179,38 @@ private Q_SLOTS:
     void backgroundSaves()
     {
         MemoryArchive archive;
-        archive.files.insert("/a.def", "[Data]\nx = 1\ny = 2\nz = 3\n");
+        archive.files.insert("/a.cfg", "[Data]\nx = 1\ny = 2\nz = 3\n");
         auto *doc = new TestCodeDocument;
-        QVERIFY(doc->fromFile(archive, "/a.def", 0, nullptr));
+        QVERIFY(doc->fromFile(archive, "/a.cfg", 0, nullptr));
         auto edit = [&](int line, const QString &text) {
             QTextCursor cursor(doc->findBlockByNumber(line));
             cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
             cursor.insertText(text);
         };
         edit(1, "x = 10");
-        QVERIFY(doc->toFile(archive, "/a.def", ProjectFile::SaveInBackground, nullptr));
+        QVERIFY(doc->toFile(archive, "/a.cfg", ProjectFile::SaveInBackground, nullptr));
         QVERIFY(doc->fileName().isEmpty());
         edit(2, "y = 20");
         QVERIFY(waitForName(*doc));
-        QCOMPARE(doc->fileName(), QString("/a.def"));
-        QCOMPARE(archive.files.value("/a.def"), QByteArray("[Data]\r\nx = 10\r\ny = 2\r\nz = 3\r\n"));
+        QCOMPARE(doc->fileName(), QString("/a.cfg"));
+        QCOMPARE(archive.files.value("/a.cfg"), QByteArray("[Data]\r\nx = 10\r\ny = 2\r\nz = 3\r\n"));
         QVERIFY(doc->isModified()); // "y = 20" is in no file yet
         const int saved = doc->findBlockByNumber(0).revision();
         QVERIFY(doc->findBlockByNumber(1).revision() < 0);     // changed and saved
         QVERIFY(doc->findBlockByNumber(2).revision() > saved); // changed during the save
         QCOMPARE(doc->findBlockByNumber(3).revision(), saved);
 
-        QVERIFY(doc->toFile(archive, "/a.def", ProjectFile::SaveInBackground, nullptr));
-        QVERIFY(doc->toFile(archive, "/b.def", 0, nullptr));
-        QCOMPARE(doc->fileName(), QString("/b.def"));
+        QVERIFY(doc->toFile(archive, "/a.cfg", ProjectFile::SaveInBackground, nullptr));
+        QVERIFY(doc->toFile(archive, "/b.cfg", 0, nullptr));
+        QCOMPARE(doc->fileName(), QString("/b.cfg"));
         QVERIFY(doc->findBlockByNumber(2).revision() < 0);
         QVERIFY(!doc->isModified());
         // A copy leaves the name alone.
-        QVERIFY(doc->toFile(archive, "/c.def", ProjectFile::Copy | ProjectFile::SaveInBackground,
+        QVERIFY(doc->toFile(archive, "/c.cfg", ProjectFile::Copy | ProjectFile::SaveInBackground,
                             nullptr));
-        QCOMPARE(doc->fileName(), QString("/b.def"));
+        QCOMPARE(doc->fileName(), QString("/b.cfg"));
         edit(3, "z = 30");
-        QVERIFY(doc->toFile(archive, "/d.def", ProjectFile::SaveInBackground, nullptr));
+        QVERIFY(doc->toFile(archive, "/d.cfg", ProjectFile::SaveInBackground, nullptr));
         // The last reference: the save ends while the document is whole, and commits first.
         QStringList endedAs;
         connect(doc, &QTextDocument::modificationChanged,
@@ -218,10 +218,10 @@ private Q_SLOTS:
         doc->release();
         QCOMPARE(endedAs, QStringList("ZornTest::TestCodeDocument"));
         const QByteArray now("[Data]\r\nx = 10\r\ny = 20\r\nz = 3\r\n");
-        QCOMPARE(archive.files.value("/a.def"), now);
-        QCOMPARE(archive.files.value("/b.def"), now);
-        QCOMPARE(archive.files.value("/c.def"), now);
-        QCOMPARE(archive.files.value("/d.def"), QByteArray(now).replace("z = 3", "z = 30"));
+        QCOMPARE(archive.files.value("/a.cfg"), now);
+        QCOMPARE(archive.files.value("/b.cfg"), now);
+        QCOMPARE(archive.files.value("/c.cfg"), now);
+        QCOMPARE(archive.files.value("/d.cfg"), QByteArray(now).replace("z = 3", "z = 30"));
         QCoreApplication::processEvents(); // nothing is left queued for the gone document
     }
 
@@ -296,7 +296,7 @@ private Q_SLOTS:
     {
         QFETCH(bool, background);
         QTemporaryDir dir;
-        const QString name = dir.path() + "/full.def";
+        const QString name = dir.path() + "/full.cfg";
         const QByteArray old = "[Data]\r\nx = 1\r\n";
         QFile file(name);
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -315,7 +315,7 @@ private Q_SLOTS:
         QCOMPARE(QString::fromLocal8Bit(child.readAllStandardOutput()), expected);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), old);
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList("full.def"));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList("full.cfg"));
     }
 
     void ownSavesNeverReload_data()
@@ -339,7 +339,7 @@ private Q_SLOTS:
         host.options["showmsg_reload_file"] = reloadOption;
         ZornTest::DialogResponder responder;
         QTemporaryDir dir;
-        const QString name = dir.path() + "/own.def";
+        const QString name = dir.path() + "/own.cfg";
         QFile file(name);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("[Data]\r\n");

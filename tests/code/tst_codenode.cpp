@@ -10,8 +10,8 @@
 
 using namespace Zorn;
 using ZornTest::TestCodeDocument;
-using ZornTest::TestGroupCode;
-using ZornTest::TestValueCode;
+using Sample::GroupNode;
+using Sample::ValueNode;
 
 namespace {
 
@@ -20,13 +20,13 @@ struct LooseTree
 {
     RootCode root;
     QAbstractItemModelTester tester{&root, QAbstractItemModelTester::FailureReportingMode::QtTest};
-    TestValueCode *value(CodeNode *after, const QString &key, int number = 0)
+    ValueNode *value(CodeNode *after, const QString &key, int number = 0)
     {
-        return new TestValueCode(ValueCode::Int, QTextBlock(), after, number, key);
+        return new ValueNode(ValueCode::Int, QTextBlock(), after, number, key);
     }
-    TestGroupCode *group(CodeNode *after, const QString &title, unsigned int type = 2)
+    GroupNode *group(CodeNode *after, const QString &title, unsigned int type = 2)
     {
-        return new TestGroupCode(QTextBlock(), after, type, title);
+        return new GroupNode(QTextBlock(), after, type, title);
     }
 };
 
@@ -47,7 +47,7 @@ private Q_SLOTS:
     void poolReusesReleasedBlocks()
     {
         RootCode root;
-        CodeNode *first = new TestValueCode(ValueCode::Int, QTextBlock(), &root, 1, "a");
+        CodeNode *first = new ValueNode(ValueCode::Int, QTextBlock(), &root, 1, "a");
         first->release();
         QVERIFY(!CodeNode::isValid(first));
         QVERIFY(!CodeNode::isValid(nullptr));
@@ -56,9 +56,9 @@ private Q_SLOTS:
         first->release(); // already free: nothing happens
 
         // The block of the dead node comes back for the next node of the same size, once.
-        CodeNode *second = new TestValueCode(ValueCode::Int, QTextBlock(), &root, 2, "b");
+        CodeNode *second = new ValueNode(ValueCode::Int, QTextBlock(), &root, 2, "b");
         QCOMPARE(second, first);
-        CodeNode *third = new TestValueCode(ValueCode::Int, QTextBlock(), &root, 3, "c");
+        CodeNode *third = new ValueNode(ValueCode::Int, QTextBlock(), &root, 3, "c");
         QVERIFY(third != second);
         third->release();
 
@@ -68,7 +68,7 @@ private Q_SLOTS:
         for (int round = 0; round < 20; ++round) {
             QList<CodeNode *> nodes;
             for (int i = 0; i < 10; ++i)
-                nodes.append(new TestValueCode(ValueCode::Int, QTextBlock(), &root, i, "d"));
+                nodes.append(new ValueNode(ValueCode::Int, QTextBlock(), &root, i, "d"));
             for (CodeNode *node : qAsConst(nodes))
                 node->release();
             if (round == 0)
@@ -81,12 +81,12 @@ private Q_SLOTS:
     void constructorsBuildTheTree()
     {
         LooseTree t;
-        TestValueCode *loose = t.value(&t.root, "loose");
-        TestGroupCode *first = t.group(loose, "First");
-        TestValueCode *a = t.value(first, "a");
-        TestValueCode *b = t.value(a, "b");
-        TestGroupCode *second = t.group(b, "Second", 3);
-        TestValueCode *c = t.value(second, "c");
+        ValueNode *loose = t.value(&t.root, "loose");
+        GroupNode *first = t.group(loose, "First");
+        ValueNode *a = t.value(first, "a");
+        ValueNode *b = t.value(a, "b");
+        GroupNode *second = t.group(b, "Second", 3);
+        ValueNode *c = t.value(second, "c");
 
         // A value before any header has no parent and is not in the model.
         QVERIFY(!loose->parent());
@@ -94,12 +94,12 @@ private Q_SLOTS:
         QCOMPARE(names(first), QString("a b"));
 
         // A value goes behind its previous value in that value's parent.
-        TestValueCode *x = t.value(a, "x");
+        ValueNode *x = t.value(a, "x");
         QCOMPARE(names(first), QString("a x b"));
 
         // A new header adopts what follows it up to the next header, and takes its place
         // among the top-level nodes behind the header before it.
-        TestGroupCode *middle = t.group(x, "Middle");
+        GroupNode *middle = t.group(x, "Middle");
         QCOMPARE(names(first), QString("a x"));
         QCOMPARE(names(middle), QString("b"));
         QCOMPARE(t.root.childs(), QList<CodeNode *>({first, middle, second}));
@@ -127,11 +127,11 @@ private Q_SLOTS:
     void nestedGroups()
     {
         LooseTree t;
-        TestGroupCode *above = t.group(&t.root, "Above");
-        TestGroupCode *outer = t.group(above, "Outer");
-        TestValueCode *a = t.value(outer, "a");
-        TestGroupCode *inner = t.group(a, "Inner");
-        TestValueCode *b = t.value(inner, "b");
+        GroupNode *above = t.group(&t.root, "Above");
+        GroupNode *outer = t.group(above, "Outer");
+        ValueNode *a = t.value(outer, "a");
+        GroupNode *inner = t.group(a, "Inner");
+        ValueNode *b = t.value(inner, "b");
         outer->insertChild(inner, 0); // groups go behind the values
         QCOMPARE(t.root.childs(), QList<CodeNode *>({above, outer}));
         const QModelIndex outerIndex = t.root.index(1, 0);
@@ -178,11 +178,11 @@ private Q_SLOTS:
         QFETCH(QString, expected);
 
         LooseTree t;
-        TestGroupCode *first = t.group(&t.root, "First");
-        TestValueCode *a = t.value(first, "a");
-        TestValueCode *b = t.value(a, "b");
-        TestGroupCode *second = t.group(b, "Second");
-        TestValueCode *c = t.value(second, "c");
+        GroupNode *first = t.group(&t.root, "First");
+        ValueNode *a = t.value(first, "a");
+        ValueNode *b = t.value(a, "b");
+        GroupNode *second = t.group(b, "Second");
+        ValueNode *c = t.value(second, "c");
         const QMap<QString, CodeNode *> byName = {{"a", a}, {"b", b}, {"c", c}};
         const CodeNode *node = byName.value(from);
         const CodeNode::Type wanted = CodeNode::Type(type);
@@ -302,7 +302,7 @@ private Q_SLOTS:
         RootCode root;
         // setValue looks keywords up by their text; the constructor converts the same way
         // otherwise.
-        auto *node = new TestValueCode(t, QTextBlock(), &root, QVariant(), "k");
+        auto *node = new ValueNode(t, QTextBlock(), &root, QVariant(), "k");
         QVERIFY(node->setValue(input));
         QCOMPARE(node->rawValue(), stored);
         QCOMPARE(node->rawValue().userType(), stored.userType());
@@ -312,7 +312,7 @@ private Q_SLOTS:
                 keywordText = keywordText || type == ValueCode::Keyword
                               || type == ValueCode::KeywordVector;
         if (!keywordText) {
-            auto *made = new TestValueCode(t, QTextBlock(), node, input, "k");
+            auto *made = new ValueNode(t, QTextBlock(), node, input, "k");
             QCOMPARE(made->rawValue(), stored);
         }
 
@@ -361,14 +361,14 @@ private Q_SLOTS:
         QFETCH(QVariant, unknown);
         const ValueCode::Type t = ValueCode::Type(type);
         RootCode root;
-        auto *node = new TestValueCode(t, QTextBlock(), &root, QVariant(), "k");
+        auto *node = new ValueNode(t, QTextBlock(), &root, QVariant(), "k");
         QVERIFY(node->setValue(known));
         const QVariant before = node->rawValue();
         QVERIFY(!node->setValue(unknown));
         QCOMPARE(node->rawValue(), before);
         // A parser that hands over text it did not resolve stores nothing, and nothing reads
         // as the first keyword.
-        auto *made = new TestValueCode(t, QTextBlock(), node, unknown, "k");
+        auto *made = new ValueNode(t, QTextBlock(), node, unknown, "k");
         QVERIFY(!made->rawValue().isValid());
         QVERIFY(!made->value().isValid());
         QCOMPARE(ValueCode::asString(made, t, made->rawValue(), QLatin1Char(',')), QString());
@@ -379,9 +379,9 @@ private Q_SLOTS:
     void groupLookups()
     {
         LooseTree t;
-        TestGroupCode *group = t.group(&t.root, "G");
-        TestValueCode *a = t.value(group, "a", 1);
-        TestValueCode *b = t.value(a, "b", 2);
+        GroupNode *group = t.group(&t.root, "G");
+        ValueNode *a = t.value(group, "a", 1);
+        ValueNode *b = t.value(a, "b", 2);
         t.value(b, "a", 3);
         QCOMPARE(group->valueByName("a"), a); // the first of that name
         QCOMPARE(group->value("b"), QVariant(2));
@@ -413,7 +413,7 @@ private Q_SLOTS:
         // with the parent of the last removal, and with nothing else; never with that of
         // another model.
         LooseTree t;
-        TestValueCode *value = t.value(t.group(&t.root, "Loose"), "v");
+        ValueNode *value = t.value(t.group(&t.root, "Loose"), "v");
         const QModelIndex looseStale = t.root.index(0, 0, t.root.index(0, 0));
         value->release();
         const QModelIndex stale = model->index(1, 0, group);
@@ -435,7 +435,7 @@ private Q_SLOTS:
         TestCodeDocument doc;
         doc.setPlainText("[Data]\na = 1\nb = 2\n");
         CodeNode *a = doc.nodeInBlock(doc.findBlockByNumber(1));
-        auto *extra = new TestValueCode(ValueCode::Int, QTextBlock(), a, 9, "extra");
+        auto *extra = new ValueNode(ValueCode::Int, QTextBlock(), a, 9, "extra");
         QCOMPARE(extra->lineNo(), 1);
         QTextCursor(doc.findBlockByNumber(2)).insertText("c = 3\n");
         CodeNode *c = doc.nodeInBlock(doc.findBlockByNumber(2));
@@ -475,10 +475,10 @@ private Q_SLOTS:
         TestCodeDocument doc;
         doc.setPlainText("[Data]\n" + old + "\nb = 2");
         QTextBlock block = doc.findBlockByNumber(1);
-        auto *node = dynamic_cast<TestValueCode *>(doc.nodeInBlock(block));
+        auto *node = dynamic_cast<ValueNode *>(doc.nodeInBlock(block));
         const bool manual = !node;
         if (manual) // a line without a node: make one on it
-            node = new TestValueCode(ValueCode::Int, block, doc.nodeInBlock(doc.begin()), 1, "a");
+            node = new ValueNode(ValueCode::Int, block, doc.nodeInBlock(doc.begin()), 1, "a");
         node->rewrite(line);
         QCOMPARE(doc.findBlockByNumber(1).text(), expected);
         QCOMPARE(doc.findBlockByNumber(2).text(), QString("b = 2"));
@@ -498,11 +498,11 @@ private Q_SLOTS:
         doc.setPlainText("[Data]\nlife = 1000 ; comment\nb = 2\n; c\n[Info]\nx = 3");
         QAbstractItemModelTester tester(doc.model(),
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
-        auto *data = static_cast<TestGroupCode *>(doc.root()->childs().at(0));
+        auto *data = static_cast<GroupNode *>(doc.root()->childs().at(0));
         QCOMPARE(data->lastLine(), 3);
-        static_cast<TestValueCode *>(data->valueAt(0))->setProperty("Name", "power");
+        static_cast<ValueNode *>(data->valueAt(0))->setProperty("Name", "power");
         QCOMPARE(doc.findBlockByNumber(1).text(), QString("power = 1000 ; comment"));
-        auto *info = static_cast<TestGroupCode *>(doc.root()->childs().at(1));
+        auto *info = static_cast<GroupNode *>(doc.root()->childs().at(1));
         info->setName("Info Two");
         QCOMPARE(doc.nodeInBlock(doc.findBlockByNumber(4)), info); // same type: kept
         data->removeValue(0);

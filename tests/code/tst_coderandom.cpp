@@ -29,7 +29,7 @@ public:
     QString word()
     {
         static const char *const words[] = {"life", "power", "pos",       "scale", "name", "facing",
-                                            "file", "ver",   "pausetime", "x",     "y_1",  "a.b"};
+                                            "file", "ver",   "holdtime", "x",     "y_1",  "a.b"};
         return QString::fromLatin1(words[pick(12)]);
     }
 
@@ -63,13 +63,13 @@ public:
         case 12:
             return QStringLiteral("%1.25").arg(pick(9));
         default:
-            return QStringLiteral("a.sff");
+            return QStringLiteral("a.spr");
         }
     }
 
     QString header()
     {
-        static const char *const titles[] = {"Data",  "Info",  "State 200", "Statedef 1",
+        static const char *const titles[] = {"Data",  "Info",  "State 200", "Step 1",
                                              "Files", "Other", "data two",  "Plain"};
         switch (pick(12)) {
         case 0:
@@ -233,7 +233,7 @@ public:
                     doc->insert(text);
                     what += QStringLiteral(" append ") + text;
                 } else if (node->type() == CodeNode::Value && chance(50)) {
-                    static_cast<ZornTest::TestValueCode *>(node)->rewrite(text);
+                    static_cast<Sample::ValueNode *>(node)->rewrite(text);
                     what += QStringLiteral(" rewrite ") + text;
                 } else if (chance(50)) {
                     doc->insertAfter(node, text, chance(50));

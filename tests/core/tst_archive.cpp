@@ -50,9 +50,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("base");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("inside") << "/g/chars/kfm/kfm.def" << "/g/chars" << "kfm/kfm.def";
-        QTest::newRow("trailing slash") << "/g/chars/kfm.def" << "/g/chars/" << "kfm.def";
-        QTest::newRow("up") << "/g/data/x.def" << "/g/chars/kfm" << "../../data/x.def";
+        QTest::newRow("inside") << "/g/chars/lantern/lantern.cfg" << "/g/chars" << "lantern/lantern.cfg";
+        QTest::newRow("trailing slash") << "/g/chars/lantern.cfg" << "/g/chars/" << "lantern.cfg";
+        QTest::newRow("up") << "/g/data/x.cfg" << "/g/chars/lantern" << "../../data/x.cfg";
         QTest::newRow("root base") << "/x/y" << "/" << "/x/y";
         QTest::newRow("windows") << "C:\\g\\a\\b.txt" << "C:\\g" << "a/b.txt";
         QTest::newRow("other drive") << "D:/a/b.txt" << "C:/g" << "D:/a/b.txt";
@@ -68,17 +68,17 @@ private Q_SLOTS:
     void fixFileCase()
     {
         QTemporaryDir dir;
-        QVERIFY(QDir(dir.path()).mkpath("Chars/KFM"));
-        QVERIFY(ZornTest::writeFile(dir.path() + "/Chars/KFM/Kfm.Def", "x"));
+        QVERIFY(QDir(dir.path()).mkpath("Chars/LANTERN"));
+        QVERIFY(ZornTest::writeFile(dir.path() + "/Chars/LANTERN/Lantern.Cfg", "x"));
         const QString base = dir.path() + "/";
         Archive &fs = FileSystemArchive::instance();
-        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/kfm/kfm.def"), base + "Chars/KFM/Kfm.Def");
-        QCOMPARE(Zorn::fixFileCase(base, fs, "Chars/KFM/Kfm.Def"), base + "Chars/KFM/Kfm.Def");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/lantern/lantern.cfg"), base + "Chars/LANTERN/Lantern.Cfg");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "Chars/LANTERN/Lantern.Cfg"), base + "Chars/LANTERN/Lantern.Cfg");
         // A part that matches nothing is kept as given; the parts before it are still fixed.
-        QCOMPARE(Zorn::fixFileCase(base, fs, "chars//kfm/none.def"),
-                 base + "Chars/KFM/none.def");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars//lantern/none.cfg"),
+                 base + "Chars/LANTERN/none.cfg");
         // A directory does not match the file part, nor a file a directory part.
-        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/kfm.def/x"), base + "Chars/kfm.def/x");
+        QCOMPARE(Zorn::fixFileCase(base, fs, "chars/lantern.cfg/x"), base + "Chars/lantern.cfg/x");
     }
 
     void fileSystemQueries()

@@ -32,7 +32,7 @@ const QByteArray sampleConfig = R"(<?xml version="1.0" encoding="UTF-8"?>
     <engine name="Release">
         <param name="exe" value="/opt/game/game"/>
         <param name="icon" value="/opt/game/icon.png"/>
-        <param name="params" value="-r kfm"/>
+        <param name="params" value="-r lantern"/>
     </engine>
     <engine name="Debug">
         <param name="exe" value="/opt/game/game-debug"/>
@@ -83,7 +83,7 @@ private Q_SLOTS:
     void configurationRoundTrip()
     {
         QVERIFY(writeFile(configPath(), R"(<configuration><config name="zoom" value="1,2"/>
-            <engine name="Release"><param name="params" value="-r kfm"/>
+            <engine name="Release"><param name="params" value="-r lantern"/>
                 <param name="other" value="ignored"/><param name="icon" value="/opt/game/icon.png"/>
                 <param name="exe" value="/opt/game/game"/></engine>
             <engine name="Debug"><param name="params" value="-d"/>
@@ -188,7 +188,7 @@ private Q_SLOTS:
             QVERIFY(sampleConfig.startsWith(bytes) || engine.count() == 0);
             QCOMPARE(names(engine), QStringList({"Release", "Debug"}).mid(0, int(engine.count())));
             if (engine.count() > 0)
-                QCOMPARE(engine.at(0).params, QStringLiteral("-r kfm"));
+                QCOMPARE(engine.at(0).params, QStringLiteral("-r lantern"));
             engine.add(QStringLiteral("new"), QString(), QString(), QString());
             engine.setOption(QStringLiteral("host_only"), QVariant()); // hides the host's value
             QVERIFY(engine.option(QStringLiteral("host_only"), 1).isNull());

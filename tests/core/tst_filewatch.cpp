@@ -7,7 +7,7 @@
 #include <QtTest/QtTest>
 
 using namespace Zorn;
-using ZornTest::IniFile;
+using ZornTest::TestIniFile;
 
 namespace {
 
@@ -16,18 +16,18 @@ struct Files
 {
     ~Files()
     {
-        for (IniFile *f : list)
+        for (TestIniFile *f : list)
             f->release();
     }
-    IniFile *open(const QString &name)
+    TestIniFile *open(const QString &name)
     {
-        auto *file = new IniFile;
+        auto *file = new TestIniFile;
         list.append(file);
         if (!file->fromFile(FileSystemArchive::instance(), name, 0, nullptr))
             return nullptr;
         return file;
     }
-    QList<IniFile *> list;
+    QList<TestIniFile *> list;
 };
 
 void writeOutside(const QString &name, const QByteArray &bytes)
@@ -38,7 +38,7 @@ void writeOutside(const QString &name, const QByteArray &bytes)
 }
 
 // Lets go of itself when told to reload.
-class SelfReleasingFile : public IniFile
+class SelfReleasingFile : public TestIniFile
 {
 public:
     ~SelfReleasingFile() override { *gone = true; }
@@ -79,8 +79,8 @@ private Q_SLOTS:
     void ownSaveDoesNotReloadButOthersDo()
     {
         Files files;
-        IniFile *writer = files.open(name);
-        IniFile *reader = files.open(name);
+        TestIniFile *writer = files.open(name);
+        TestIniFile *reader = files.open(name);
         QVERIFY(writer && reader);
         writer->setValue("a", "2");
         QVERIFY(writer->toFile(FileSystemArchive::instance(), name, 0, nullptr));
@@ -100,7 +100,7 @@ private Q_SLOTS:
     void pauseSwallowsExactlyOneNotification()
     {
         Files files;
-        IniFile *file = files.open(name);
+        TestIniFile *file = files.open(name);
         file->pauseWatch(true);
         writeOutside(name, "b = 1\n");
         settle();
@@ -112,7 +112,7 @@ private Q_SLOTS:
     void copiesAndOtherArchivesLeaveTheWatchAlone()
     {
         Files files;
-        IniFile *file = files.open(name);
+        TestIniFile *file = files.open(name);
         // A copy elsewhere neither moves the watch nor arms skipNext.
         QVERIFY(file->toFile(FileSystemArchive::instance(), dir.path() + "/copy.ini",
                              ProjectFile::Copy, nullptr));
@@ -133,7 +133,7 @@ private Q_SLOTS:
     void disabledWatcherAndAskingHost()
     {
         Files files;
-        IniFile *file = files.open(name);
+        TestIniFile *file = files.open(name);
         host->options["enable_file_watcher"] = false;
         writeOutside(name, "b = 1\n");
         settle();
@@ -183,7 +183,7 @@ private Q_SLOTS:
 
         host->options["showmsg_reload_file"] = 1;
         Files files;
-        IniFile *next = files.open(name);
+        TestIniFile *next = files.open(name);
         writeOutside(name, "c = 1\n");
         QTRY_COMPARE(next->reloads, 1);
     }
@@ -191,8 +191,8 @@ private Q_SLOTS:
     void closedFileStopsWatching()
     {
         Files files;
-        IniFile *first = files.open(name);
-        IniFile *second = files.open(name);
+        TestIniFile *first = files.open(name);
+        TestIniFile *second = files.open(name);
         files.list.removeOne(first);
         first->release(); // destroyed while watching: the entry keeps only the second
         writeOutside(name, "b = 1\n");

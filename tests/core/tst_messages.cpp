@@ -92,8 +92,8 @@ private Q_SLOTS:
     // object destroyed while registered; nested change brackets; the list going first.
     void tableAndRegistration()
     {
-        auto *file = new ZornTest::IniFile;
-        file->name = QStringLiteral("/games/chars/kfm/kfm.def");
+        auto *file = new Sample::IniFile;
+        file->name = QStringLiteral("/games/chars/lantern/lantern.cfg");
         SimpleMessages first(file);
         auto second = std::make_unique<SimpleMessages>(nullptr);
         MessageList list(nullptr), other(nullptr);
@@ -114,7 +114,7 @@ private Q_SLOTS:
         for (int row = 0; row < list.rowCount(); ++row)
             for (int column = 0; column < 3; ++column)
                 cells.append(list.data(list.index(row, column)));
-        QCOMPARE(cells, QVariantList({"bad value", "kfm.def", 1u, "syntax", "kfm.def", 42u, "hint",
+        QCOMPARE(cells, QVariantList({"bad value", "lantern.cfg", 1u, "syntax", "lantern.cfg", 42u, "hint",
                                       "", 8u}));
         const Messages *owner = nullptr;
         QCOMPARE(list.messageAt(2, owner).text, QString("hint"));

@@ -23,7 +23,7 @@
 
 using namespace Zorn;
 using ZornTest::DialogResponder;
-using ZornTest::IniFile;
+using Sample::IniFile;
 
 namespace {
 

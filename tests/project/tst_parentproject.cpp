@@ -11,7 +11,7 @@
 #include <QtTest/QtTest>
 
 using namespace Zorn;
-using ZornTest::IniFile;
+using Sample::IniFile;
 using ZornTest::TestParentProject;
 using ZornTest::TestProject;
 using Path = Zorn::ParentProject::Path;
@@ -91,28 +91,28 @@ private Q_SLOTS:
 
     void treeFollowsProjects()
     {
-        QCOMPARE(dump(*parent), QString("chars(kfm,ryu),data(common.ini,fight.ini)"));
+        QCOMPARE(dump(*parent), QString("chars(lantern,thorn),data(common.ini,fight.ini)"));
         QCOMPARE(parent->basePath(), game + "/");
-        QVERIFY(open("chars/kfm/kfm.ini"));
+        QVERIFY(open("chars/lantern/lantern.ini"));
         QCOMPARE(dump(*parent),
-                 QString("chars(kfm(kfm.air,kfm.cns,kfm.ini,kfm.sff,kfm.snd,kfm2.sff,"
-                         "sub(common.cns,extra.air)),ryu),data(common.ini,fight.ini)"));
+                 QString("chars(lantern(lantern-alt.spr,lantern.anim,lantern.ini,lantern.moves,lantern.sfx,"
+                         "lantern.spr,sub(common.moves,extra.anim)),thorn),data(common.ini,fight.ini)"));
 
-        const Path *air = parent->filePath(game + "/chars/kfm/kfm.air");
+        const Path *air = parent->filePath(game + "/chars/lantern/lantern.anim");
         QVERIFY(air && air->isFile() && !air->isDirectory());
         QCOMPARE(air->type(), 3);
-        QCOMPARE(air->path(), game + "/chars/kfm/kfm.air");
+        QCOMPARE(air->path(), game + "/chars/lantern/lantern.anim");
         // The project's directory, and in it the one project child, the main file.
         const Path *main = parent->projectForFile(air);
-        QCOMPARE(main->name(), QString("kfm.ini"));
+        QCOMPARE(main->name(), QString("lantern.ini"));
         QVERIFY(main->isProject() && main->isFile());
         QCOMPARE(main->type(), 0);
-        QVERIFY(parent->filePath(game + "/chars/kfm")->isProject());
-        QCOMPARE(parent->projectForFile(parent->filePath(game + "/chars/kfm/sub/extra.air")), main);
-        QCOMPARE(parent->projectForFile(parent->filePath(game + "/chars/ryu")),
-                 parent->filePath(game + "/chars/ryu"));
+        QVERIFY(parent->filePath(game + "/chars/lantern")->isProject());
+        QCOMPARE(parent->projectForFile(parent->filePath(game + "/chars/lantern/sub/extra.anim")), main);
+        QCOMPARE(parent->projectForFile(parent->filePath(game + "/chars/thorn")),
+                 parent->filePath(game + "/chars/thorn"));
         QVERIFY(parent->filePath(game + "/data/common.ini")->isProject()); // listed file
-        QVERIFY(!parent->filePath(game + "/chars/kfm/none.air"));
+        QVERIFY(!parent->filePath(game + "/chars/lantern/none.anim"));
         QVERIFY(!parent->filePath(dir.path() + "/elsewhere"));
         QVERIFY(!parent->filePath(game + "2/chars")); // a name that only starts the same
         const Path *root = parent->filePath(game + "/");
@@ -127,39 +127,39 @@ private Q_SLOTS:
 
         // The project's part of the tree follows its list of files when it says so.
         TestProject *project = projects.first();
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.ini",
-                                    "name = k\nanimations = kfm.air\nsprites = sub/x.sff\n"));
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/sub/x.sff", "x\n"));
-        project->mainFile()->fromFile(FileSystemArchive::instance(), game + "/chars/kfm/kfm.ini", 0, nullptr);
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/lantern.ini",
+                                    "name = k\nanimations = lantern.anim\nsprites = sub/x.spr\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/sub/x.spr", "x\n"));
+        project->mainFile()->fromFile(FileSystemArchive::instance(), game + "/chars/lantern/lantern.ini", 0, nullptr);
         project->fileHierarchyChanged();
-        QCOMPARE(dump(*parent), QString("chars(kfm(kfm.air,kfm.ini,sub(x.sff)),ryu),data(common.ini,fight.ini)"));
+        QCOMPARE(dump(*parent), QString("chars(lantern(lantern.anim,lantern.ini,sub(x.spr)),thorn),data(common.ini,fight.ini)"));
 
         // The project's node leaves with it.
         project->release();
-        QCOMPARE(dump(*parent), QString("chars(ryu),data(common.ini,fight.ini)"));
+        QCOMPARE(dump(*parent), QString("chars(thorn),data(common.ini,fight.ini)"));
     }
 
     void directoryChangesAreRowChanges()
     {
-        QVERIFY(open("chars/kfm/kfm.ini"));
+        QVERIFY(open("chars/lantern/lantern.ini"));
         QSignalSpy inserted(parent.get(), &QAbstractItemModel::rowsInserted);
         QSignalSpy removed(parent.get(), &QAbstractItemModel::rowsRemoved);
         QSignalSpy reset(parent.get(), &QAbstractItemModel::modelReset);
 
         QVERIFY(QDir(game).mkpath("chars/ken"));
-        QTRY_VERIFY(dump(*parent).startsWith("chars(ken,kfm("));
+        QTRY_VERIFY(dump(*parent).startsWith("chars(ken,lantern("));
         QVERIFY(ZornTest::writeFile(game + "/data/new.ini", "n = 1\n"));
         QVERIFY(ZornTest::writeFile(game + "/data/skip.txt", "n = 1\n"));
         QTRY_COMPARE(dump(*parent).section("data", 1), QString("(common.ini,fight.ini,new.ini)"));
-        QVERIFY(QDir(game).rename("chars/ryu", "chars/akuma"));
-        QTRY_VERIFY(dump(*parent).startsWith("chars(akuma,ken,kfm("));
+        QVERIFY(QDir(game).rename("chars/thorn", "chars/ember"));
+        QTRY_VERIFY(dump(*parent).startsWith("chars(ember,ken,lantern("));
         QVERIFY(QDir(game + "/chars/ken").removeRecursively());
         QTRY_VERIFY(!dump(*parent).contains("ken"));
         QVERIFY(!inserted.isEmpty());
         QVERIFY(!removed.isEmpty());
         QCOMPARE(reset.size(), 0);
         // The open project kept its files through every scan of its directory.
-        QVERIFY(dump(*parent).contains("kfm(kfm.air,kfm.cns,kfm.ini"));
+        QVERIFY(dump(*parent).contains("lantern(lantern-alt.spr,lantern.anim,lantern.ini"));
     }
 
     // An open project's node never dies under it: not when a scan no longer sees the
@@ -175,11 +175,11 @@ private Q_SLOTS:
     void openProjectOutlivesItsNode()
     {
         QFETCH(int, path);
-        QString main = path == 1 ? "chars/ryu/deep/d.ini" : "chars/kfm/sub/s.ini";
-        QVERIFY(ZornTest::writeFile(game + "/" + main, "[Files]\nscripts = common.cns\n"));
-        QVERIFY(ZornTest::writeFile(game + "/chars/ryu/deep/common.cns", "value = 1\n"));
+        QString main = path == 1 ? "chars/thorn/deep/d.ini" : "chars/lantern/sub/s.ini";
+        QVERIFY(ZornTest::writeFile(game + "/" + main, "[Files]\nscripts = common.moves\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/thorn/deep/common.moves", "value = 1\n"));
         if (path == 0)
-            main = "chars/kfm/kfm.ini";
+            main = "chars/lantern/lantern.ini";
         TestProject *project = open(main);
         QVERIFY(project);
         // Each change of chars rescans it.
@@ -188,18 +188,18 @@ private Q_SLOTS:
             QTRY_VERIFY(dump(*parent).contains(name));
         };
         if (path == 0) {
-            QVERIFY(QDir(game).rename("chars/kfm", "chars/kfx"));
-            QTRY_VERIFY(dump(*parent).contains("kfx"));
+            QVERIFY(QDir(game).rename("chars/lantern", "chars/lamp"));
+            QTRY_VERIFY(dump(*parent).contains("lamp"));
         } else if (path == 1) {
             rescan("new");
         } else {
-            TestProject *holder = open("chars/kfm/kfm.ini");
+            TestProject *holder = open("chars/lantern/lantern.ini");
             QVERIFY(holder);
             projects.removeOne(holder);
             holder->release();
             delete holder;
         }
-        const QString files = path == 0 ? "kfm(kfm.air" : "(common.cns,";
+        const QString files = path == 0 ? "lantern(lantern-alt.spr" : "(common.moves,";
         QVERIFY2(dump(*parent).contains(files), qPrintable(dump(*parent)));
         rescan("later");
         QVERIFY2(dump(*parent).contains(files), qPrintable(dump(*parent)));
@@ -215,7 +215,7 @@ private Q_SLOTS:
     {
         QSignalSpy inserted(parent.get(), &QAbstractItemModel::rowsInserted);
         parent->addPath("stages/", TestParentProject::ListFiles, {"*.ini"});
-        QCOMPARE(dump(*parent), QString("chars(kfm,ryu),data(common.ini,fight.ini),stages(stage0.ini)"));
+        QCOMPARE(dump(*parent), QString("chars(lantern,thorn),data(common.ini,fight.ini),stages(stage0.ini)"));
         QCOMPARE(inserted.size(), 2); // the node, then what its scan found
         parent->addPath("/extra/deep/", 0, {});
         QVERIFY(dump(*parent).endsWith(",extra(deep)"));
@@ -223,43 +223,43 @@ private Q_SLOTS:
         QVERIFY(dump(*parent).endsWith(",extra"));
         parent->removePath("extra");
         parent->removePath("missing/path");
-        QCOMPARE(dump(*parent), QString("chars(kfm,ryu),data(common.ini,fight.ini),stages(stage0.ini)"));
+        QCOMPARE(dump(*parent), QString("chars(lantern,thorn),data(common.ini,fight.ini),stages(stage0.ini)"));
     }
 
     void singleProjectAtTheRoot()
     {
         // A parent over one character's directory: the project's node is the root.
         tester.reset();
-        parent = std::make_unique<TestParentProject>(game + "/chars/ryu", FileSystemArchive::instance(),
+        parent = std::make_unique<TestParentProject>(game + "/chars/thorn", FileSystemArchive::instance(),
                                                      &engine, false);
         tester = std::make_unique<QAbstractItemModelTester>(
             parent.get(), QAbstractItemModelTester::FailureReportingMode::QtTest);
         QVERIFY(!parent->isGame());
-        TestProject *ryu = open("chars/ryu/ryu.ini");
-        QCOMPARE(dump(*parent), QString("ryu.air,ryu.cns,ryu.ini"));
-        QCOMPARE(ryu->basePath(), QString());
-        QCOMPARE(parent->projectForFile(nullptr), parent->filePath(game + "/chars/ryu/ryu.ini"));
+        TestProject *thorn = open("chars/thorn/thorn.ini");
+        QCOMPARE(dump(*parent), QString("thorn.anim,thorn.ini,thorn.moves"));
+        QCOMPARE(thorn->basePath(), QString());
+        QCOMPARE(parent->projectForFile(nullptr), parent->filePath(game + "/chars/thorn/thorn.ini"));
 
         // "Save as" of a lone project moves the root to the new directory.
-        const QString target = dir.path() + "/newryu";
-        static_cast<IniFile *>(ryu->file(Project::Scripts))->setValue("value", "3");
-        QVERIFY(parent->saveAs(target + "/ryu.ini", nullptr));
+        const QString target = dir.path() + "/newthorn";
+        static_cast<IniFile *>(thorn->file(Project::Scripts))->setValue("value", "3");
+        QVERIFY(parent->saveAs(target + "/thorn.ini", nullptr));
         QCOMPARE(parent->basePath(), target + "/");
-        QCOMPARE(filesBelow(target), QStringList({"ryu.air", "ryu.cns", "ryu.ini"}));
-        QCOMPARE(ZornTest::readFile(target + "/ryu.cns"), QByteArray("; ryu.cns\r\nvalue = 3\r\n"));
-        QCOMPARE(ryu->fileName(), target + "/ryu.ini");
-        QCOMPARE(ryu->archive(), &FileSystemArchive::instance());
+        QCOMPARE(filesBelow(target), QStringList({"thorn.anim", "thorn.ini", "thorn.moves"}));
+        QCOMPARE(ZornTest::readFile(target + "/thorn.moves"), QByteArray("; thorn.moves\r\nvalue = 3\r\n"));
+        QCOMPARE(thorn->fileName(), target + "/thorn.ini");
+        QCOMPARE(thorn->archive(), &FileSystemArchive::instance());
     }
 
     void saveWritesModifiedFilesOnly()
     {
-        TestProject *kfm = open("chars/kfm/kfm.ini");
-        TestProject *ryu = open("chars/ryu/ryu.ini");
-        auto *air = static_cast<IniFile *>(kfm->filesByType(Project::Animations).first());
-        auto *cns = static_cast<IniFile *>(ryu->file(Project::Scripts));
+        TestProject *lantern = open("chars/lantern/lantern.ini");
+        TestProject *thorn = open("chars/thorn/thorn.ini");
+        auto *air = static_cast<IniFile *>(lantern->filesByType(Project::Animations).first());
+        auto *cns = static_cast<IniFile *>(thorn->file(Project::Scripts));
         air->setValue("value", "7");
         cns->setValue("value", "8");
-        const QByteArray untouched = ZornTest::readFile(game + "/chars/kfm/kfm.cns");
+        const QByteArray untouched = ZornTest::readFile(game + "/chars/lantern/lantern.moves");
 
         parent->save(&host->progress);
         QCOMPARE(host->progress.jobs.size(), size_t(1));
@@ -267,9 +267,9 @@ private Q_SLOTS:
         QCOMPARE(host->progress.jobs[0]->maximum, 2u);
         QCOMPARE(host->progress.jobs[0]->value, 2u);
         QVERIFY(!air->isModified() && !cns->isModified());
-        QVERIFY(ZornTest::readFile(game + "/chars/kfm/kfm.air").contains("value = 7"));
-        QVERIFY(ZornTest::readFile(game + "/chars/ryu/ryu.cns").contains("value = 8"));
-        QCOMPARE(ZornTest::readFile(game + "/chars/kfm/kfm.cns"), untouched);
+        QVERIFY(ZornTest::readFile(game + "/chars/lantern/lantern.anim").contains("value = 7"));
+        QVERIFY(ZornTest::readFile(game + "/chars/thorn/thorn.moves").contains("value = 8"));
+        QCOMPARE(ZornTest::readFile(game + "/chars/lantern/lantern.moves"), untouched);
 
         // A cancelled job stops at the next file.
         air->setValue("value", "9");
@@ -291,35 +291,35 @@ private Q_SLOTS:
 
         // A disk that takes no more: the old file stays, the file stays modified, and the
         // job names it.
-        const QByteArray before = ZornTest::readFile(game + "/chars/kfm/kfm.air");
-        const QStringList names = filesBelow(game + "/chars/kfm");
+        const QByteArray before = ZornTest::readFile(game + "/chars/lantern/lantern.anim");
+        const QStringList names = filesBelow(game + "/chars/lantern");
         air->setValue("value", QString(4000, 'x'));
         host->progress.jobs.clear();
         {
             ZornTest::FileSizeLimit full(1024);
             QVERIFY(!parent->save(&host->progress));
         }
-        QCOMPARE(ZornTest::readFile(game + "/chars/kfm/kfm.air"), before);
+        QCOMPARE(ZornTest::readFile(game + "/chars/lantern/lantern.anim"), before);
         QVERIFY(air->isModified());
         QCOMPARE(host->progress.jobs[0]->errors,
-                 QStringList("Can't save file '" + game + "/chars/kfm/kfm.air'!"));
-        QCOMPARE(filesBelow(game + "/chars/kfm"), names); // no temporary file left
+                 QStringList("Can't save file '" + game + "/chars/lantern/lantern.anim'!"));
+        QCOMPARE(filesBelow(game + "/chars/lantern"), names); // no temporary file left
     }
 
     void saveAsGame()
     {
-        TestProject *kfm = open("chars/kfm/kfm.ini");
-        static_cast<IniFile *>(kfm->file(Project::Sprites))->setValue("value", "new");
+        TestProject *lantern = open("chars/lantern/lantern.ini");
+        static_cast<IniFile *>(lantern->file(Project::Sprites))->setValue("value", "new");
         const QString target = dir.path() + "/copygame";
         ZornTest::TestJob job("save as");
         QVERIFY(parent->saveAs(target, &job));
-        // The open project moves; the closed one (ryu) comes along through collectFiles.
+        // The open project moves; the closed one (thorn) comes along through collectFiles.
         const QStringList files = filesBelow(target);
-        for (const char *name : {"chars/kfm/kfm.ini", "chars/kfm/kfm2.sff", "chars/kfm/sub/extra.air",
-                                 "chars/ryu/ryu.ini", "chars/ryu/ryu.cns"})
+        for (const char *name : {"chars/lantern/lantern.ini", "chars/lantern/lantern-alt.spr", "chars/lantern/sub/extra.anim",
+                                 "chars/thorn/thorn.ini", "chars/thorn/thorn.moves"})
             QVERIFY2(files.contains(name), name);
-        QVERIFY(ZornTest::readFile(target + "/chars/kfm/kfm2.sff").contains("value = new"));
-        QCOMPARE(kfm->file(Project::Sprites)->fileName(), target + "/chars/kfm/kfm2.sff");
+        QVERIFY(ZornTest::readFile(target + "/chars/lantern/lantern-alt.spr").contains("value = new"));
+        QCOMPARE(lantern->file(Project::Sprites)->fileName(), target + "/chars/lantern/lantern-alt.spr");
         QCOMPARE(parent->basePath(), target + "/");
         QCOMPARE(job.maximum, job.value);
     }
@@ -349,9 +349,9 @@ private Q_SLOTS:
             QVERIFY(ExtensionManager::add(new Short));
             extensions.reset(new ExtensionManager(QStringLiteral(ZORNX_PLUGIN_DIR)));
         }
-        TestProject *kfm = open("chars/kfm/kfm.ini");
-        QVERIFY(kfm && open("chars/ryu/ryu.ini"));
-        auto *cns = static_cast<IniFile *>(kfm->filesByType(Project::Scripts).first());
+        TestProject *lantern = open("chars/lantern/lantern.ini");
+        QVERIFY(lantern && open("chars/thorn/thorn.ini"));
+        auto *cns = static_cast<ZornTest::TestIniFile *>(lantern->filesByType(Project::Scripts).first());
         cns->setValue("value", "unsaved");
         if (zip) {
             // The archive is written at the end: a failure there fails the backup.
@@ -375,18 +375,18 @@ private Q_SLOTS:
             unzip.start("unzip", {"-Z1", saved});
             QVERIFY(unzip.waitForFinished() && unzip.exitCode() == 0);
             names = QString(unzip.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
-            unzip.start("unzip", {"-p", saved, "chars/kfm/kfm.cns"});
+            unzip.start("unzip", {"-p", saved, "chars/lantern/lantern.moves"});
             QVERIFY(unzip.waitForFinished() && unzip.exitCode() == 0);
             savedCns = unzip.readAllStandardOutput();
         } else {
             names = filesBelow(saved);
-            savedCns = ZornTest::readFile(saved + "/chars/kfm/kfm.cns");
+            savedCns = ZornTest::readFile(saved + "/chars/lantern/lantern.moves");
         }
         QCOMPARE(names.size(), 8 + 3);
-        for (const char *name : {"chars/kfm/kfm.ini", "chars/kfm/sub/extra.air", "chars/ryu/ryu.cns"})
+        for (const char *name : {"chars/lantern/lantern.ini", "chars/lantern/sub/extra.anim", "chars/thorn/thorn.moves"})
             QVERIFY2(names.contains(name), name);
         QVERIFY(savedCns.contains("value = unsaved"));
-        QCOMPARE(cns->fileName(), game + "/chars/kfm/kfm.cns");
+        QCOMPARE(cns->fileName(), game + "/chars/lantern/lantern.moves");
         QVERIFY(cns->isModified());
 
         cns->reload(); // back to the text on disk
@@ -399,7 +399,7 @@ private Q_SLOTS:
         QCOMPARE(cns->value("value"), QString("unsaved"));
         QTest::qWait(500);
         QCOMPARE(cns->reloads, reloads); // the watcher did not reload it again
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = later\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/lantern.moves", "value = later\n"));
         QTRY_COMPARE(cns->value("value"), QString("later"));
     }
 };

@@ -8,7 +8,7 @@
 #include <QtTest/QtTest>
 
 using namespace Zorn;
-using ZornTest::IniFile;
+using Sample::IniFile;
 using ZornTest::TestParentProject;
 using ZornTest::TestProject;
 
@@ -33,7 +33,7 @@ private:
     ZornTest::TestEngine engine;
     std::unique_ptr<TestParentProject> parent;
 
-    TestProject *openKfm() { return TestProject::open(parent.get(), game + "/chars/kfm/kfm.ini"); }
+    TestProject *openLantern() { return TestProject::open(parent.get(), game + "/chars/lantern/lantern.ini"); }
 
 private Q_SLOTS:
     void init()
@@ -46,27 +46,27 @@ private Q_SLOTS:
 
     void openAndDescribe()
     {
-        TestProject *project = openKfm();
+        TestProject *project = openLantern();
         QVERIFY(project);
-        QCOMPARE(project->name(), QString("Kung Fu Man"));
+        QCOMPARE(project->name(), QString("Lantern Keeper"));
         QCOMPARE(project->fileCount(), 8);
-        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"kfm.sff", "kfm2.sff"}));
+        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"lantern.spr", "lantern-alt.spr"}));
         QCOMPARE(names(project->filesByType(Project::Animations)),
-                 QStringList({"kfm.air", "extra.air"}));
+                 QStringList({"lantern.anim", "extra.anim"}));
         QCOMPARE(project->fileID(project->mainFile()), Project::FileTypes(1));
         QCOMPARE(project->typeName(), QString("Main"));
-        QCOMPARE(project->absolutePath(), game + "/chars/kfm");
-        QCOMPARE(project->basePath(), QString("chars/kfm"));
+        QCOMPARE(project->absolutePath(), game + "/chars/lantern");
+        QCOMPARE(project->basePath(), QString("chars/lantern"));
         QCOMPARE(parent->refCount(), 1);
         QVERIFY(parent->isGame());
 
         // The last added file of a type is the selected one; a selection past the end gives
         // the first.
-        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("kfm2.sff"));
+        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("lantern-alt.spr"));
         project->setSelectedFile(Project::Sprites, 0);
-        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("kfm.sff"));
+        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("lantern.spr"));
         project->setSelectedFile(Project::Sprites, 7);
-        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("kfm.sff"));
+        QCOMPARE(project->file(Project::Sprites)->displayName(), QString("lantern.spr"));
         QVERIFY(!project->file(17));
         QCOMPARE(project->selectedFile(17), 0u);
         project->release();
@@ -75,7 +75,7 @@ private Q_SLOTS:
 
     void addRemoveTakeMove()
     {
-        TestProject *project = openKfm();
+        TestProject *project = openLantern();
         QSignalSpy added(project, &Project::fileAdded);
         QSignalSpy removed(project, &Project::fileRemoved);
         QSignalSpy closed(parent.get(), &ParentProject::fileClosed);
@@ -126,9 +126,9 @@ private Q_SLOTS:
         cns->release();
 
         project->moveFile(Project::Sprites, 1, 0);
-        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"kfm2.sff", "kfm.sff"}));
+        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"lantern-alt.spr", "lantern.spr"}));
         project->moveFile(Project::Sprites, 0, 5); // out of range: nothing
-        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"kfm2.sff", "kfm.sff"}));
+        QCOMPARE(names(project->filesByType(Project::Sprites)), QStringList({"lantern-alt.spr", "lantern.spr"}));
 
         // A file the project does not hold keeps its reference.
         auto *stranger = new IniFile;
@@ -142,21 +142,21 @@ private Q_SLOTS:
         ProjectFile *extra = project->filesByType(Project::Animations).last();
         project->removeFile(extra);
         QCOMPARE(closed.size(), 2);
-        QCOMPARE(names(project->filesByType(Project::Animations)), QStringList({"kfm.air"}));
+        QCOMPARE(names(project->filesByType(Project::Animations)), QStringList({"lantern.anim"}));
         project->release();
         delete project;
     }
 
     void modifiedEmptyAndReload()
     {
-        TestProject *project = openKfm();
+        TestProject *project = openLantern();
         QVERIFY(!project->isModified());
         QVERIFY(!project->isEmpty());
         auto *air = static_cast<IniFile *>(project->file(Project::Animations));
         air->setValue("value", "5");
         QVERIFY(project->isModified());
 
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.cns", "value = 9\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/lantern.moves", "value = 9\n"));
         project->reload();
         QCOMPARE(static_cast<IniFile *>(project->filesByType(Project::Scripts).first())->value("value"),
                  QString("9"));
@@ -176,7 +176,7 @@ private Q_SLOTS:
         protected:
             Messages *fileMessages() const override { return const_cast<SimpleMessages *>(&list); }
         };
-        TestProject *project = openKfm();
+        TestProject *project = openLantern();
         auto *noisy = new Noisy;
         QVERIFY(project->addFile(noisy, Project::Scripts));
         QCOMPARE(project->messages()->errorCount(), 1u);
@@ -196,25 +196,25 @@ private Q_SLOTS:
     void releaseOrders()
     {
         QFETCH(int, order);
-        TestProject *kfm = openKfm();
-        TestProject *ryu = TestProject::open(parent.get(), game + "/chars/ryu/ryu.ini");
-        QVERIFY(kfm && ryu);
+        TestProject *lantern = openLantern();
+        TestProject *thorn = TestProject::open(parent.get(), game + "/chars/thorn/thorn.ini");
+        QVERIFY(lantern && thorn);
         QCOMPARE(parent->refCount(), 2);
-        ProjectFile *held = kfm->file(Project::Sprites);
+        ProjectFile *held = lantern->file(Project::Sprites);
         if (order == 2)
             held->addRef();
         if (order == 1)
-            std::swap(kfm, ryu);
-        kfm->release();
+            std::swap(lantern, thorn);
+        lantern->release();
         QCOMPARE(parent->freed, 0);
-        delete kfm;
-        ryu->release();
+        delete lantern;
+        thorn->release();
         QCOMPARE(parent->freed, 1); // exactly once, with the last project
         QCOMPARE(parent->refCount(), 0);
-        ryu->release();             // a second release changes nothing
+        thorn->release();             // a second release changes nothing
         QCOMPARE(parent->freed, 1);
         parent.reset();
-        delete ryu;
+        delete thorn;
         if (order == 2) {
             QVERIFY(!held->project()); // the project is gone: the file no longer points to it
             held->release();
@@ -223,7 +223,7 @@ private Q_SLOTS:
 
     void saveAllCopyAndMove()
     {
-        TestProject *project = openKfm();
+        TestProject *project = openLantern();
         auto *fresh = static_cast<IniFile *>(project->filesByType(Project::Animations).last());
         fresh->setValue("value", "fresh");
         // A file outside the project's directory is neither saved nor copied.
@@ -236,45 +236,45 @@ private Q_SLOTS:
         QStringList names;
         QVERIFY(project->saveAll(FileSystemArchive::instance(), copyDir, true, &names));
         QCOMPARE(names.size(), 8); // seven listed files and the main file
-        QVERIFY(names.contains("kfm.ini"));
-        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/sub/extra.air"),
-                 QByteArray("; sub/extra.air\r\nvalue = fresh\r\n"));
-        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/kfm.sff"),
-                 ZornTest::readFile(game + "/chars/kfm/kfm.sff"));
-        QVERIFY(QFile::exists(copyDir + "/chars/kfm/kfm.ini"));
+        QVERIFY(names.contains("lantern.ini"));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/lantern/sub/extra.anim"),
+                 QByteArray("; sub/extra.anim\r\nvalue = fresh\r\n"));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/lantern/lantern.spr"),
+                 ZornTest::readFile(game + "/chars/lantern/lantern.spr"));
+        QVERIFY(QFile::exists(copyDir + "/chars/lantern/lantern.ini"));
         QVERIFY(!QFile::exists(copyDir + "/data/common.ini"));
-        QVERIFY(!QFile::exists(copyDir + "/chars/kfm/notes.txt"));
+        QVERIFY(!QFile::exists(copyDir + "/chars/lantern/notes.txt"));
         // A copy leaves every binding and name as it was.
-        QCOMPARE(fresh->fileName(), game + "/chars/kfm/sub/extra.air");
+        QCOMPARE(fresh->fileName(), game + "/chars/lantern/sub/extra.anim");
         QVERIFY(fresh->isModified());
 
         // A move: the files follow, the main file is left to the caller.
         const QString moveDir = dir.path() + "/moved";
         QVERIFY(project->saveAll(FileSystemArchive::instance(), moveDir, false, nullptr));
-        QCOMPARE(fresh->fileName(), moveDir + "/chars/kfm/sub/extra.air");
+        QCOMPARE(fresh->fileName(), moveDir + "/chars/lantern/sub/extra.anim");
         QVERIFY(!fresh->isModified());
-        QVERIFY(!QFile::exists(moveDir + "/chars/kfm/kfm.ini"));
-        QVERIFY(QFile::exists(moveDir + "/chars/kfm/kfm2.sff"));
+        QVERIFY(!QFile::exists(moveDir + "/chars/lantern/lantern.ini"));
+        QVERIFY(QFile::exists(moveDir + "/chars/lantern/lantern-alt.spr"));
         project->release();
         delete project;
     }
 
     void namesSharingASuffixStayApart()
     {
-        // "a.air" is a suffix of "ba.air": the fresh save of the one must not be mistaken for
+        // "a.anim" is a suffix of "ba.anim": the fresh save of the one must not be mistaken for
         // the other, nor a stale copy written over it.
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/kfm.ini",
-                                    "name = x\nanimations = a.air, ba.air\n"));
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/a.air", "a = old\n"));
-        QVERIFY(ZornTest::writeFile(game + "/chars/kfm/ba.air", "ba = old\n"));
-        TestProject *project = openKfm();
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/lantern.ini",
+                                    "name = x\nanimations = a.anim, ba.anim\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/a.anim", "a = old\n"));
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/ba.anim", "ba = old\n"));
+        TestProject *project = openLantern();
         auto *ba = static_cast<IniFile *>(project->filesByType(Project::Animations).last());
-        QCOMPARE(ba->displayName(), QString("ba.air"));
+        QCOMPARE(ba->displayName(), QString("ba.anim"));
         ba->setValue("ba", "new");
         const QString copyDir = dir.path() + "/suffix";
         QVERIFY(project->saveAll(FileSystemArchive::instance(), copyDir, true, nullptr));
-        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/ba.air"), QByteArray("ba = new\r\n"));
-        QCOMPARE(ZornTest::readFile(copyDir + "/chars/kfm/a.air"), QByteArray("a = old\n"));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/lantern/ba.anim"), QByteArray("ba = new\r\n"));
+        QCOMPARE(ZornTest::readFile(copyDir + "/chars/lantern/a.anim"), QByteArray("a = old\n"));
         project->release();
         delete project;
     }

@@ -7,7 +7,7 @@
 #include <QtTest/QtTest>
 
 using namespace Zorn;
-using ZornTest::IniFile;
+using Sample::IniFile;
 using ZornTest::MemoryArchive;
 
 namespace {
@@ -184,7 +184,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("expected");
         QTest::newRow("empty") << "" << "";
-        QTest::newRow("path") << "/g/chars/kfm/kfm.def" << "kfm.def";
+        QTest::newRow("path") << "/g/chars/lantern/lantern.cfg" << "lantern.cfg";
         QTest::newRow("trailing slash") << "/g/chars/" << "chars";
         QTest::newRow("double slash") << "a//b" << "b";
     }
