@@ -386,7 +386,7 @@ private Q_SLOTS:
         QCOMPARE(texts.last(), qMakePair(1, QStringLiteral("Syntax error count: 1")));
         // A node file shows its whole document; no document, no status.
         auto *states = new ZornTest::TestNodeFile(script());
-        script()->registerNodeFile(states, CodeNode::Group, ZornTest::StateSection);
+        script()->registerNodeFile(states, CodeNode::Group, Sample::StateSection);
         scripts->setCurrentFile(states);
         QCOMPARE(editor()->document(), static_cast<CodeDocument *>(script()));
         scripts->setCurrentFile(nullptr);
