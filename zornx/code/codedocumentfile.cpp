@@ -9,6 +9,8 @@
 #include <zornx/core/object.h>
 
 #ifdef Q_OS_UNIX
+#include <cerrno>
+#include <cstring>
 #include <unistd.h>
 #endif
 #include <QtConcurrent/QtConcurrentRun>
@@ -203,6 +205,15 @@ void CodeDocumentPrivate::callDocSaveFinished(Archive *archive, QIODevice *file,
     document->saveFinished(archive, file, fileName, flags, stats);
 }
 
+// "Can't save file '<name>'!" and the reason the system gave.
+static QString saveError(const QString &name, const QString &reason)
+{
+    QString text = QStringLiteral("Can't save file '%1'!").arg(name);
+    if (!reason.isEmpty())
+        text += QLatin1Char(' ') + reason;
+    return text;
+}
+
 void expandTabs(QString &text)
 {
     if (!text.contains(QLatin1Char('\t')))
@@ -282,8 +293,11 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, un
                             JobStats *job)
 {
     QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
-    if (!device)
+    if (!device) {
+        if (job)
+            job->error(QStringLiteral("Can't open file '%1'! %2").arg(name, Archive::lastError()));
         return false;
+    }
     d->waitForSave();
     const QByteArray bytes = device->readAll();
     QString text = TextCodecs::stringFromData(bytes, &codec);
@@ -316,11 +330,15 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, un
 
 bool CodeDocument::toFile(Archive &archive, const QString &name, unsigned int flags, JobStats *job)
 {
-    if (!archive.isWritable(name))
+    QIODevice *device = archive.isWritable(name) ? archive.openFile(name, QIODevice::WriteOnly)
+                                                 : nullptr;
+    if (!device) {
+        if (job)
+            job->error(saveError(name, archive.isWritable(name)
+                                           ? Archive::lastError()
+                                           : QString::fromLocal8Bit(std::strerror(EACCES))));
         return false;
-    QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
-    if (!device)
-        return false;
+    }
     d->waitForSave();
     if (job)
         job->setMaximum(1);
@@ -355,10 +373,13 @@ bool CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QStri
 {
     // What did not all reach the file never replaces it.
     bool saved = !(flags & writeFailedFlag);
-    if (saved)
+    QString reason = saved ? QString() : device->errorString();
+    if (saved) {
         saved = archive->closeFile(device);
-    else
+        reason = Archive::lastError();
+    } else {
         archive->discardFile(device);
+    }
     if (d->closing)
         return saved;
     const bool copy = flags & Copy;
@@ -366,7 +387,7 @@ bool CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QStri
         setFileName(d->heldName);
     if (!saved) {
         if (job)
-            job->error(QStringLiteral("Can't save file '%1'!").arg(name));
+            job->error(saveError(name, reason));
         return false;
     }
     if (!copy) {

@@ -54,8 +54,15 @@ public:
     // otherwise path unchanged. Both '/' and '\' separate.
     QString relativePath(const QString &path, Archive *archive, const QString &base) const;
 
+    // Why the last openFile() or closeFile() that failed on this thread failed, in the
+    // system's words ("No such file or directory", "Permission denied"); empty when the
+    // archive gave no reason.
+    static QString lastError();
+
 protected:
     ~Archive() override;
+    // For archives: records the reason of a failure for lastError().
+    static void setLastError(const QString &reason);
 
 private:
     virtual void free() = 0;
