@@ -626,6 +626,8 @@ bool ParentProject::saveAs(const QString &path, JobStats *job)
         }
     };
     walk(d);
+    // The files listed in one directory each name it: the module may answer alike each time.
+    files.removeDuplicates();
     if (job)
         job->setMaximum(unsigned(files.size() + projects.size()));
     for (const QString &file : qAsConst(files)) {
