@@ -8,9 +8,9 @@
 
 #include <zornx/core/object.h>
 
-#ifdef Q_OS_UNIX
 #include <cerrno>
 #include <cstring>
+#ifdef Q_OS_UNIX
 #include <unistd.h>
 #endif
 #include <QtConcurrent/QtConcurrentRun>
@@ -205,10 +205,10 @@ void CodeDocumentPrivate::callDocSaveFinished(Archive *archive, QIODevice *file,
     document->saveFinished(archive, file, fileName, flags, stats);
 }
 
-// "Can't save file '<name>'!" and the reason the system gave.
-static QString saveError(const QString &name, const QString &reason)
+// "Can't <verb> file '<name>'!" and the reason the system gave.
+static QString fileError(const char *verb, const QString &name, const QString &reason)
 {
-    QString text = QStringLiteral("Can't save file '%1'!").arg(name);
+    QString text = QStringLiteral("Can't %1 file '%2'!").arg(QLatin1String(verb), name);
     if (!reason.isEmpty())
         text += QLatin1Char(' ') + reason;
     return text;
@@ -292,10 +292,11 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, unsigned int 
 bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, unsigned int flags,
                             JobStats *job)
 {
+    Archive::setLastError(QString()); // an archive that gives no reason leaves none
     QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
     if (!device) {
         if (job)
-            job->error(QStringLiteral("Can't open file '%1'! %2").arg(name, Archive::lastError()));
+            job->error(fileError("open", name, Archive::lastError()));
         return false;
     }
     d->waitForSave();
@@ -330,11 +331,12 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, un
 
 bool CodeDocument::toFile(Archive &archive, const QString &name, unsigned int flags, JobStats *job)
 {
+    Archive::setLastError(QString());
     QIODevice *device = archive.isWritable(name) ? archive.openFile(name, QIODevice::WriteOnly)
                                                  : nullptr;
     if (!device) {
         if (job)
-            job->error(saveError(name, archive.isWritable(name)
+            job->error(fileError("save", name, archive.isWritable(name)
                                            ? Archive::lastError()
                                            : QString::fromLocal8Bit(std::strerror(EACCES))));
         return false;
@@ -375,6 +377,7 @@ bool CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QStri
     bool saved = !(flags & writeFailedFlag);
     QString reason = saved ? QString() : device->errorString();
     if (saved) {
+        Archive::setLastError(QString());
         saved = archive->closeFile(device);
         reason = Archive::lastError();
     } else {
@@ -387,7 +390,7 @@ bool CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QStri
         setFileName(d->heldName);
     if (!saved) {
         if (job)
-            job->error(saveError(name, reason));
+            job->error(fileError("save", name, reason));
         return false;
     }
     if (!copy) {

@@ -73,11 +73,12 @@ QPointF pointFOf(const QVariant &value)
 // The elements of a stored list, or the two numbers of a stored point.
 QVariantList elementsOf(const QVariant &value)
 {
-    const int type = value.userType();
-    if (type == QMetaType::QPoint || type == QMetaType::QPointF) {
+    if (value.userType() == QMetaType::QPoint) {
+        const QPoint point = value.toPoint();
+        return QVariantList({point.x(), point.y()});
+    }
+    if (value.userType() == QMetaType::QPointF) {
         const QPointF point = value.toPointF();
-        if (type == QMetaType::QPoint)
-            return QVariantList({int(point.x()), int(point.y())});
         return QVariantList({point.x(), point.y()});
     }
     return value.toList();

@@ -58,11 +58,12 @@ public:
     // system's words ("No such file or directory", "Permission denied"); empty when the
     // archive gave no reason.
     static QString lastError();
+    // For archives: records the reason of a failure; callers clear it before an operation
+    // so that an archive that gives no reason leaves none.
+    static void setLastError(const QString &reason);
 
 protected:
     ~Archive() override;
-    // For archives: records the reason of a failure for lastError().
-    static void setLastError(const QString &reason);
 
 private:
     virtual void free() = 0;
