@@ -7,15 +7,22 @@ build=$1
 seconds=${2:-60}
 shift $(( $# > 1 ? 2 : 1 ))
 targets=("$@")
-[[ ${#targets[@]} -eq 0 ]] && targets=(pcx lz5 rle5 rle8 imageinfo textcodecs engineconfig zip projectfile)
-
 dir=$build/fuzz
+# Without names: every target that was built.
+if [[ ${#targets[@]} -eq 0 ]]; then
+    for exe in "$dir"/fuzz_*; do
+        name=${exe##*/fuzz_}
+        [[ -x $exe && -f $exe && $name != *seeds ]] && targets+=("$name")
+    done
+fi
+
 here=$(cd "$(dirname "$0")" && pwd)
 export QT_QPA_PLATFORM=offscreen
 export ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export LSAN_OPTIONS=suppressions=$here/../tests/lsan.supp
 "$dir/fuzz_seeds" "$dir/corpus" || exit 1
+"$dir/fuzz_sound_seeds" "$dir/corpus" || exit 1
 
 status=0
 for target in "${targets[@]}"; do
@@ -25,7 +32,7 @@ for target in "${targets[@]}"; do
         -rss_limit_mb=2048 -artifact_prefix="$dir/artifacts/$target/" "$dir/corpus/$target" \
         > "$dir/$target.log" 2>&1
     rc=$?
-    grep -E "^(stat::number_of_executed_units|stat::new_units_added)|ERROR|SUMMARY|Test unit written|runtime error" \
+    grep -E "^(stat::number_of_executed_units|stat::new_units_added)|==[0-9]+==ERROR|SUMMARY|Test unit written|runtime error" \
         "$dir/$target.log"
     [[ $rc -eq 0 ]] || { echo "!! $target failed (exit $rc), see $dir/$target.log"; status=1; }
 done

@@ -9,7 +9,9 @@
 #include <zornx/code/textcodecs.h>
 #include <zornx/core/archive.h>
 #include <zornx/core/extension.h>
+#include <zornx/image/gifimage.h>
 #include <zornx/image/imagecodecs.h>
+#include <zornx/image/palette.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QCoreApplication>
@@ -41,6 +43,38 @@ QByteArray written(const std::function<bool(QIODevice *)> &write)
     buffer.open(QIODevice::WriteOnly);
     write(&buffer);
     return buffer.data();
+}
+
+// GIFs by saveGIF: true colour with transparency, indexed with own and shared palettes, one
+// frame and several, looping or not; and by saveImage, whose heads imageinfo reads too.
+void gifSeeds()
+{
+    int n = 0;
+    for (const QSize size : {QSize(1, 1), QSize(9, 5), QSize(40, 30)}) {
+        for (int colors : {2, 16, 256}) {
+            QVector<Zorn::AnimImageFrame> frames;
+            for (int i = 0; i < 3; ++i) {
+                const QImage sprite = ZornTest::randomSprite(size, colors, quint32(++n));
+                frames.append({colors == 16 ? sprite.convertToFormat(QImage::Format_ARGB32)
+                                            : sprite,
+                               QPoint(i, 2 * i), 4 + i});
+            }
+            const QString name = QStringLiteral("%1x%2-%3").arg(size.width()).arg(size.height())
+                                     .arg(colors);
+            for (bool shared : {false, true}) {
+                seed("gif", name + (shared ? "-shared" : "-own"), written([&](QIODevice *d) {
+                         return Zorn::saveGIF(d, frames, shared ? 2.0f : 1.0f, 1.0f, shared,
+                                              shared);
+                     }));
+            }
+            seed("gif", name + "-one", written([&](QIODevice *d) {
+                     return Zorn::saveGIF(d, frames.mid(0, 1), 1.0f, 1.0f, false, false);
+                 }));
+            seed("imageinfo", name + "-gif", char(3) + written([&](QIODevice *d) {
+                     return Zorn::saveImage(d, "GIF", frames[0].image);
+                 }));
+        }
+    }
 }
 
 void imageSeeds()
@@ -98,9 +132,7 @@ void imageSeeds()
                          }));
         }
     }
-    // GIF heads, 256 and 32 colours (the library writes no GIF yet).
-    seed("imageinfo", "gif256", QByteArray::fromHex("034749463839612c010500f70000"));
-    seed("imageinfo", "gif32", QByteArray::fromHex("034749463837612c010500f40000"));
+    gifSeeds();
 }
 
 void textSeeds()
@@ -141,6 +173,36 @@ void engineSeeds()
          }));
 }
 
+// The palette targets that read by content put the magic in front themselves: their seeds
+// start behind it.
+void paletteSeeds()
+{
+    Zorn::RGBA table[256];
+    for (int i = 0; i < 256; ++i)
+        table[i] = Zorn::RGBA(uchar(i), uchar(i * 3), uchar(255 - i), 255);
+    const Zorn::PaletteObject palette(table);
+    seed("palette_act", "ramp.act", written([&](QIODevice *d) { return palette.toFile(d, "ACT"); }));
+    const QImage sprite = ZornTest::randomSprite(QSize(8, 8), 16, 3);
+    seed("palette_png", "16.png", written([&](QIODevice *d) { return Zorn::saveImage(d, "PNG", sprite); }));
+    seed("palette_bmp", "16.bmp", written([&](QIODevice *d) { return Zorn::saveImage(d, "BMP", sprite); }));
+    QByteArray gif("GIF89a\x02\0\x02\0\x81\0\0", 13);
+    for (int i = 0; i < 4; ++i)
+        gif += QByteArray(3, char(i * 60));
+    seed("palette_gif", "4.gif", gif + ';');
+    seed("palette_riff", "2.pal",
+         QByteArray("\x18\0\0\0PAL data\x0c\0\0\0\0\3\2\0\1\2\3\0\4\5\6\0", 28));
+    seed("palette_jasc", "3.pal", "-PAL\r\n0100\r\n3\r\n1 2 3\r\n255 0 9 128\r\nx\r\n");
+    seed("palette_corel", "2.txt", " 1\nCOLS 2\nR:1, G:2, B:3\nR: 4,G: 5,B: 6 A: 7\n");
+    seed("palette_aco", "2.aco", QByteArray("\0\1\0\2\0\0\xff\xff\0\0\0\0\0\0"
+                                             "\0\x08\x10\0\0\0\0\0\0\0", 24));
+    const QByteArray ase("\0\1\0\0\0\0\0\3"                    // version 1.0, 3 blocks
+                         "\xc0\x01\0\0\0\x06\0\2\0G\0\0"         // group "G"
+                         "\0\1\0\0\0\x0e\0\1\0\0Gray\x3f\0\0\0\0\2" // grey 0.5
+                         "\xc0\x02\0\0\0\0",                      // group end
+                         46);
+    seed("palette_ase", "grey.ase", ase);
+}
+
 void zipSeeds(const QString &pluginDirectory)
 {
     Zorn::ExtensionManager manager(pluginDirectory);
@@ -179,6 +241,19 @@ void projectSeeds()
     seed("projectfile", "main-only", "name = Two\nanimations = , ,a.ini\n");
 }
 
+// Snippet files in the layout that the snippet editor writes.
+void snippetSeeds()
+{
+    seed("snippet", "fields",
+         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<snippet>\r\n\r\n"
+         "\t<field name=\"power\" title=\"Power &amp; more\" type=\"int\" column=\"2\"/>\r\n"
+         "\t<field name=\"side\" title=\"Side\" type=\"items\" value=\"l,r\" "
+         "value_title=\"Left,Right\"/>\r\n\r\n\t<code>\r\n\t\tgo = @power\r\n"
+         "\t\tside = @side CURSOR\r\n\t</code>\r\n\r\n</snippet>");
+    seed("snippet", "latin1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>"
+                              "<s><code>name = \xe9</code></s>");
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -194,5 +269,7 @@ int main(int argc, char **argv)
     engineSeeds();
     zipSeeds(QStringLiteral(ZORNX_PLUGIN_DIR));
     projectSeeds();
+    snippetSeeds();
+    paletteSeeds();
     return 0;
 }

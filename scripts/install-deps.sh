@@ -13,7 +13,7 @@ build_pkgs=(
 )
 test_pkgs=(
     xvfb xauth fonts-dejavu-core zip unzip giflib-tools imagemagick
-    sox libsox-fmt-all flac mpg123 ffmpeg
+    sox libsox-fmt-all flac mpg123 ffmpeg espeak-ng
 )
 # make fuzz: clang with libFuzzer and the sanitizer runtimes.
 fuzz_pkgs=(clang libclang-rt-14-dev)

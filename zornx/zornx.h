@@ -35,6 +35,11 @@
 #include <zornx/code/codeparser.h>
 #include <zornx/code/textcodecs.h>
 
+#include <zornx/sound/audiodata.h>
+#include <zornx/sound/audiotool.h>
+#include <zornx/sound/audiowaveform.h>
+#include <zornx/sound/soundsample.h>
+
 #include <zornx/editor/editor.h>
 #include <zornx/editor/filebrowseedit.h>
 #include <zornx/editor/itemsdialog.h>
@@ -43,8 +48,11 @@
 #include <zornx/editor/propertyedit.h>
 #include <zornx/editor/section.h>
 #include <zornx/editor/workspace.h>
+#include <zornx/image/gifimage.h>
 #include <zornx/image/imagecodecs.h>
 #include <zornx/image/imageoperations.h>
+#include <zornx/image/palette.h>
+#include <zornx/image/sprite.h>
 
 #include <zornx/codeedit/codefileeditor.h>
 #include <zornx/codeedit/codeworkspace.h>

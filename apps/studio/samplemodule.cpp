@@ -1,10 +1,10 @@
-// The studio runs with the sample engine module: an ini-like format of our own, whose
-// classes live with the tests' support code. This file is the only one that knows them.
+// The studio runs with the sample engine module (modules/sample): an ini-like format of our
+// own. This file is the only one that knows its classes.
 
 #include "enginemodule.h"
 
-#include "testcode.h"
-#include "testengine.h"
+#include <samplecode.h>
+#include <sampleengine.h>
 
 #include <zornx/codeedit/codefileeditor.h>
 #include <zornx/codeedit/codeworkspace.h>
@@ -17,20 +17,22 @@ namespace Studio {
 namespace {
 
 // Scripts are code documents, parsed line by line; the other types stay plain ini files.
-class SampleEngine : public ZornTest::TestEngine
+class SampleEngine : public Sample::Engine
 {
 public:
-    SampleEngine() : ZornTest::TestEngine(QStringLiteral("sample"))
+    SampleEngine() : Sample::Engine(QStringLiteral("sample")) {}
+
+    QMap<int, QString> singleFileFilters() const override
     {
-        fileFilters = {{Zorn::Project::Main, QStringLiteral("*.ini")},
-                       {Zorn::Project::Scripts, QStringLiteral("*.moves")}};
+        return {{Zorn::Project::Main, QStringLiteral("*.ini")},
+                {Zorn::Project::Scripts, QStringLiteral("*.moves")}};
     }
 
     Zorn::ProjectFile *createFile(int type, Zorn::Project *project) override
     {
         if (type == Zorn::Project::Scripts)
-            return new ZornTest::TestCodeDocument(nullptr, short(type));
-        return ZornTest::TestEngine::createFile(type, project);
+            return new Sample::CodeDocument(nullptr, short(type));
+        return Sample::Engine::createFile(type, project);
     }
 };
 
@@ -73,14 +75,14 @@ public:
     Zorn::ParentProject *open(const QString &directory, QList<Zorn::Project *> &projects) override
     {
         Zorn::Archive &fs = Zorn::FileSystemArchive::instance();
-        auto *parent = new ZornTest::TestParentProject(directory, fs, &sample);
+        auto *parent = new Sample::ParentProject(directory, fs, &sample);
         // Every directory of chars/ with a main file of its own name is a character.
         const QString base = parent->basePath();
         const QStringList names = fs.entries(base + QStringLiteral("chars"), QDir::Dirs, QDir::Name);
         for (const QString &name : names) {
             const QString main = QStringLiteral("%1chars/%2/%2.ini").arg(base, name);
             if (fs.fileExists(main))
-                if (ZornTest::TestProject *project = ZornTest::TestProject::open(parent, main))
+                if (Sample::Project *project = Sample::Project::open(parent, main))
                     projects.append(project);
         }
         if (projects.isEmpty()) {

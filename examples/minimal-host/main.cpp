@@ -3,7 +3,8 @@
 // lists the project tree and the projects, edits a file, saves through the crash-safe path
 // and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
 // prints its tree and messages, and loads, edits and saves in the background a file in a
-// legacy encoding.
+// legacy encoding; last it makes a sound, resamples it and saves and loads it in every format
+// that can be written.
 //
 //   minimal-host [directory]     (default: the sample game shipped beside this example)
 //
@@ -23,6 +24,8 @@
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTextStream>
 #include <QtWidgets/QApplication>
+
+#include <cmath>
 
 using Sample::IniFile;
 
@@ -205,6 +208,30 @@ int main(int argc, char **argv)
         << QTextCodec::codecForName("windows-1251")->toUnicode(saved).trimmed().split('\n').last()
         << '\n';
     document->release();
+
+    // A generated tone: resampled, then saved and read back in each writable format.
+    Zorn::SoundSample tone;
+    tone.channels = 2;
+    tone.bits = 16;
+    tone.frequency = 44100;
+    tone.samples = 22050;
+    tone.data.resize(int(tone.samples * 4));
+    for (int i = 0; i < int(tone.samples) * 2; ++i)
+        Zorn::encodeSample(float(0.4 * std::sin(i * 0.03)), tone.data.data() + 2 * i, 16);
+    Zorn::resampleSound(tone, {1, 16, 22050, 0});
+    out << "Sound: " << tone.samples << " frames at " << tone.frequency << " Hz, mono\n";
+    for (const char *format : {"WAV", "OGG", "FLAC", "MP3"}) {
+        QFile file(work.filePath(QStringLiteral("tone.") + QString::fromLatin1(format).toLower()));
+        const bool saved = Zorn::saveSound(&file, format, tone);
+        file.close();
+        Zorn::SoundSample back;
+        const bool loaded = saved && Zorn::loadSound(&file, format, back);
+        out << "  " << format << ": "
+            << (saved ? QStringLiteral("saved %1 bytes").arg(file.size())
+                      : QStringLiteral("no writer"))
+            << (loaded ? QStringLiteral(", read back %1 frames").arg(back.samples) : QString())
+            << '\n';
+    }
 
     for (Sample::Project *project : qAsConst(projects))
         project->release();

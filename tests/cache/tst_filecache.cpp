@@ -1,4 +1,5 @@
 #include "cachetest.h"
+#include "fixtures.h"
 
 #include <zornx/cache/asyncfilecache.h>
 #include <zornx/cache/diskcache.h>
@@ -12,13 +13,6 @@
 using namespace Zorn;
 
 namespace {
-
-void writeFile(const QString &name, const QByteArray &bytes)
-{
-    QFile file(name);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
 
 // Keeps every thread of the global pool busy until it goes, so that reads queue up.
 class PoolBlocker
@@ -71,7 +65,7 @@ private Q_SLOTS:
         QTemporaryDir dir;
         const QString path = dir.filePath(name);
         if (!content.isEmpty())
-            writeFile(path, content);
+            QVERIFY(ZornTest::writeFile(path, content));
         FileCache cache(new TestCodec);
         auto *item = static_cast<FileCache::Item *>(
             cache.addItem(QVariant::fromValue(FileCache::ItemInfo{path, nullptr})));
@@ -131,7 +125,7 @@ private Q_SLOTS:
             file += blob;
         }
         if (fileExists)
-            writeFile(path, file);
+            QVERIFY(ZornTest::writeFile(path, file));
         auto expectedRaw = [&](int i) {
             return fileExists ? file.mid(blobs[i].offset, blobs[i].size) : QByteArray();
         };

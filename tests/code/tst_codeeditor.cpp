@@ -1,3 +1,4 @@
+#include "fixtures.h"
 #include "testcode.h"
 
 #include <zornx/code/codeblockdata.h>
@@ -138,11 +139,12 @@ struct Fixture
                           modifiers);
         QApplication::sendEvent(target, &event);
     }
-    QList<bool> visibility() const
+    // One digit per line: 1 shown, 0 hidden.
+    QString visibility() const
     {
-        QList<bool> out;
+        QString out;
         for (QTextBlock b = document->begin(); b.isValid(); b = b.next())
-            out << b.isVisible();
+            out += b.isVisible() ? '1' : '0';
         return out;
     }
 
@@ -183,8 +185,6 @@ private Q_SLOTS:
     void setCurrentLine();
     void completerFile_data();
     void completerFile();
-    void completion_data();
-    void completion();
     void parentheses_data();
     void parentheses();
     void folding_data();
@@ -296,85 +296,61 @@ void TestCodeEditor::completerFile_data()
 {
     QTest::addColumn<QByteArray>("xml");
     QTest::addColumn<bool>("result");
-    QTest::addColumn<QStringList>("words"); // offered after "kind = "
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QStringList>("words"); // offered after what was typed
     const QByteArray full = "<models><model prefix=\"kind=\"><word value=\"beta\"/>"
                             "<word value=\"alpha\"/></model><model prefix=\"other=\">"
                             "<word value=\"x\"/></model></models>";
-    QTest::newRow("whole") << full << true << QStringList{"beta", "alpha"};
+    const QStringList both{"beta", "alpha"};
+    QTest::newRow("whole") << full << true << "kind = " << both;
     QTest::newRow("truncated after a model")
-        << full.left(full.indexOf("<model prefix=\"other")) + "<model pre" << false
-        << QStringList{"beta", "alpha"};
+        << full.left(full.indexOf("<model prefix=\"other")) + "<model pre" << false << "kind = "
+        << both;
     QTest::newRow("truncated in a model")
-        << full.left(full.indexOf("<word value=\"alpha")) << false << QStringList{"beta"};
+        << full.left(full.indexOf("<word value=\"alpha")) << false << "kind = "
+        << QStringList{"beta"};
     QTest::newRow("nested in other elements")
         << QByteArray("<a><b><model prefix=\"kind=\"><c><word value=\"z\"/></c></model></b></a>")
-        << true << QStringList{"z"};
-    QTest::newRow("missing file") << QByteArray() << false << QStringList();
+        << true << "kind = " << QStringList{"z"};
+    QTest::newRow("missing file") << QByteArray() << false << "kind = " << QStringList();
+    // When the popup opens.
+    QTest::newRow("key, any case") << full << true << "KIND = " << both;
+    QTest::newRow("end-of-word character") << full << true << "kind =" << QStringList();
+    QTest::newRow("longer word") << full << true << "mykind = " << QStringList();
+    QTest::newRow("after a dot") << full << true << "a.kind = " << QStringList();
+    QTest::newRow("after a comma") << full << true << "a,kind = " << both;
+    QTest::newRow("moved on") << full << true << "kind = a," << QStringList();
 }
 
 void TestCodeEditor::completerFile()
 {
     QFETCH(QByteArray, xml);
     QFETCH(bool, result);
+    QFETCH(QString, typed);
     QFETCH(QStringList, words);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("completer.xml"));
-    if (!xml.isEmpty()) {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(xml);
-    }
+    if (!xml.isEmpty())
+        QVERIFY(ZornTest::writeFile(path, xml));
     Fixture f(QStringLiteral("[Info]\n"));
     QCOMPARE(f.editor.completerFromFile(path), result);
     f.moveTo(1, 0);
-    QTest::keyClicks(&f.editor, QStringLiteral("kind = "));
-    QCompleter *completer = f.editor.findChild<QCompleter *>();
-    QCOMPARE(completer->popup()->isVisible(), !words.isEmpty());
-    if (!words.isEmpty()) {
-        QAbstractItemModel *model = completer->completionModel();
-        QStringList offered;
-        for (int row = 0; row < model->rowCount(); ++row)
-            offered << model->index(row, 0).data().toString();
-        QCOMPARE(offered, words);
-    }
-}
-
-void TestCodeEditor::completion_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<bool>("popup");
-    QTest::newRow("key then blank") << QStringLiteral("kind = ") << true;
-    QTest::newRow("key, any case") << QStringLiteral("KIND = ") << true;
-    QTest::newRow("end-of-word character") << QStringLiteral("kind =") << false;
-    QTest::newRow("longer word") << QStringLiteral("mykind = ") << false;
-    QTest::newRow("after a dot") << QStringLiteral("a.kind = ") << false;
-    QTest::newRow("after a comma") << QStringLiteral("a,kind = ") << true;
-    QTest::newRow("moved on") << QStringLiteral("kind = a,") << false;
-}
-
-void TestCodeEditor::completion()
-{
-    QFETCH(QString, typed);
-    QFETCH(bool, popup);
-    QTemporaryDir dir;
-    QFile file(dir.filePath(QStringLiteral("c.xml")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("<models><model prefix=\"kind=\"><word value=\"alpha\"/><word value=\"beta\"/>"
-               "</model></models>");
-    file.close();
-    Fixture f{QString()};
-    QVERIFY(f.editor.completerFromFile(file.fileName()));
     QTest::keyClicks(&f.editor, typed);
     QCompleter *completer = f.editor.findChild<QCompleter *>();
-    QCOMPARE(completer->popup()->isVisible(), popup);
-    if (!popup)
+    QCOMPARE(completer->popup()->isVisible(), !words.isEmpty());
+    if (words.isEmpty())
         return;
+    QAbstractItemModel *model = completer->completionModel();
+    QStringList offered;
+    for (int row = 0; row < model->rowCount(); ++row)
+        offered << model->index(row, 0).data().toString();
+    QCOMPARE(offered, words);
     // Return takes the popup's current entry in place of the word being typed.
     QTest::keyClick(completer->popup(), Qt::Key_Down);
     QTest::keyClick(completer->popup(), Qt::Key_Return);
     QVERIFY(!completer->popup()->isVisible());
     const QString text = f.document->toPlainText();
-    QVERIFY2(text.endsWith(QLatin1String("alpha")), qPrintable(text));
+    QVERIFY2(text.endsWith(words.first()), qPrintable(text));
 }
 
 void TestCodeEditor::parentheses_data()
@@ -455,13 +431,8 @@ void TestCodeEditor::folding()
     QCOMPARE(f.document->lineCount(), 9);
     for (int header : toggles)
         f.editor.toggleBlockVisible(f.block(header));
-    QString shown;
-    int lineCount = 0;
-    for (bool v : f.visibility()) {
-        shown += v ? '1' : '0';
-        lineCount += v;
-    }
-    QCOMPARE(shown, visible);
+    QCOMPARE(f.visibility(), visible);
+    const int lineCount = visible.count('1');
     // Hidden lines take no room, and the scroll range follows.
     QCOMPARE(f.document->lineCount(), lineCount);
     QCOMPARE(f.document->documentLayout()->documentSize().height(), qreal(lineCount));
@@ -498,10 +469,7 @@ void TestCodeEditor::foldColumnClick()
     const QPoint at(x, f.editor.top(click) + lineHeight / 2);
     f.mouse(gutter, QEvent::MouseButtonPress, at);
     f.mouse(gutter, QEvent::MouseButtonRelease, at);
-    QString shown;
-    for (bool v : f.visibility())
-        shown += v ? '1' : '0';
-    QCOMPARE(shown, visible);
+    QCOMPARE(f.visibility(), visible);
     QVERIFY(f.editor.textCursor().block().isVisible());
 }
 
@@ -689,7 +657,7 @@ void TestCodeEditor::painting()
     QVERIFY(!redIn(0));
 
     // Resting on the box of a folded header previews its lines without unfolding them.
-    const QList<bool> shown = f.visibility();
+    const QString shown = f.visibility();
     const int lines = f.document->lineCount();
     QTextCursor end(f.block(2));
     end.movePosition(QTextCursor::EndOfBlock);

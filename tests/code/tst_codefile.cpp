@@ -1,19 +1,17 @@
 #include "dialogresponder.h"
+#include "fixtures.h"
 #include "memoryarchive.h"
 #include "testcode.h"
 #include "testinterface.h"
 
 #include <zornx/code/textcodecs.h>
 
-#include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
-#include <csignal>
-#include <cstdio>
+#include <cerrno>
 #include <cstring>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace Zorn;
@@ -37,30 +35,6 @@ QString describe(const Results &results)
         out << QString("%1:%2+%3 %4 [%5]")
                    .arg(r.line).arg(r.position).arg(r.length).arg(r.text, r.captures.join(','));
     return out.join(" | ");
-}
-
-// More text than the limited child may write.
-QString childText() { return QString("value = 1234567890 ; a line of a large file\n").repeated(200000); }
-
-// Saves a text larger than the file-size limit over the file, and prints what the document
-// made of the refusal.
-int childLimitedSaver(const QString &name, bool background)
-{
-    TestCodeDocument doc;
-    if (!doc.fromFile(FileSystemArchive::instance(), name, 0, nullptr))
-        return 2;
-    QTextCursor(&doc).insertText(childText());
-    std::signal(SIGXFSZ, SIG_IGN); // the write fails with EFBIG instead
-    const rlimit limit = {64 * 1024, 64 * 1024};
-    setrlimit(RLIMIT_FSIZE, &limit);
-    ZornTest::TestJob job("save");
-    const bool result = doc.toFile(FileSystemArchive::instance(), name,
-                                   background ? ProjectFile::SaveInBackground : 0, &job);
-    if (background && !waitForName(doc))
-        return 3;
-    std::printf("%d %d %d %s\n", int(result), int(doc.isModified()), int(doc.fileName() == name),
-                qPrintable(job.errors.join('|')));
-    return 0;
 }
 
 } // namespace
@@ -299,25 +273,24 @@ private Q_SLOTS:
         QTemporaryDir dir;
         const QString name = dir.path() + "/full.cfg";
         const QByteArray old = "[Data]\r\nx = 1\r\n";
-        QFile file(name);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(old);
-        file.close();
-        QProcess child;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        child.setProcessEnvironment(env);
-        child.start(QCoreApplication::applicationFilePath(),
-                    {"--limited-saver", name, background ? "1" : "0"});
-        QVERIFY(child.waitForFinished(30000));
-        QCOMPARE(child.exitCode(), 0);
+        QVERIFY(ZornTest::writeFile(name, old));
+        TestCodeDocument doc;
+        QVERIFY(doc.fromFile(FileSystemArchive::instance(), name, 0, nullptr));
+        QTextCursor(&doc).insertText(QString("value = 1234567890 ; a long line\n").repeated(4000));
+        ZornTest::TestJob job("save");
+        {
+            ZornTest::FileSizeLimit full(64 * 1024);
+            QCOMPARE(doc.toFile(FileSystemArchive::instance(), name,
+                                background ? ProjectFile::SaveInBackground : 0, &job),
+                     background);
+            QVERIFY(!background || waitForName(doc));
+        }
+        QVERIFY(doc.isModified());
+        QCOMPARE(doc.fileName(), name);
         // The job names the file and the system's reason.
-        const QString expected = QString("%1 1 1 Can't save file '%2'! %3\n")
-                                     .arg(background ? 1 : 0)
-                                     .arg(name, QString::fromLocal8Bit(std::strerror(EFBIG)));
-        QCOMPARE(QString::fromLocal8Bit(child.readAllStandardOutput()), expected);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), old);
+        QCOMPARE(job.errors, QStringList("Can't save file '" + name + "'! "
+                                         + QString::fromLocal8Bit(std::strerror(EFBIG))));
+        QCOMPARE(ZornTest::readFile(name), old);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList("full.cfg"));
     }
 
@@ -412,10 +385,7 @@ private Q_SLOTS:
         ZornTest::DialogResponder responder;
         QTemporaryDir dir;
         const QString name = dir.path() + "/own.cfg";
-        QFile file(name);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("[Data]\r\n");
-        file.close();
+        QVERIFY(ZornTest::writeFile(name, "[Data]\r\n"));
         TestCodeDocument doc;
         QVERIFY(doc.fromFile(FileSystemArchive::instance(), name, 0, nullptr));
         auto type = [&](const QString &text) {
@@ -437,13 +407,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char **argv)
-{
-    QApplication app(argc, argv);
-    if (argc == 4 && std::strcmp(argv[1], "--limited-saver") == 0)
-        return childLimitedSaver(QString::fromLocal8Bit(argv[2]), argv[3][0] == '1');
-    tst_CodeFile test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(tst_CodeFile)
 #include "tst_codefile.moc"

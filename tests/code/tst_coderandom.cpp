@@ -35,6 +35,8 @@ public:
 
     QString value()
     {
+        static const char *const plain[] = {"bare", "left, up", "right", "true",
+                                            "1,,2", "\"open",   "",      "a.spr"};
         switch (pick(14)) {
         case 0:
             return QString::number(pick(2000) - 1000);
@@ -47,23 +49,9 @@ public:
         case 4:
             return QStringLiteral("\"text %1\"").arg(pick(9));
         case 5:
-            return QStringLiteral("bare");
-        case 6:
-            return QStringLiteral("left, up");
-        case 7:
-            return QStringLiteral("right");
-        case 8:
-            return QStringLiteral("true");
-        case 9:
-            return QStringLiteral("1,,2");
-        case 10:
-            return QStringLiteral("\"open");
-        case 11:
-            return QString();
-        case 12:
             return QStringLiteral("%1.25").arg(pick(9));
         default:
-            return QStringLiteral("a.spr");
+            return QString::fromLatin1(plain[pick(8)]);
         }
     }
 

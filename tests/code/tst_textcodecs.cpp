@@ -147,6 +147,22 @@ private Q_SLOTS:
         const QByteArray jis = encode("ISO-2022-JP", ja);
         if (!jis.isEmpty())
             QTest::newRow("iso-2022-jp") << jis << ja << QStringList{"ISO-2022-JP"};
+
+        // Malformed data: any codec of the list, and some text.
+        auto malformed = [](const char *name, const QByteArray &data) {
+            QTest::newRow(name) << data << QString() << QStringList();
+        };
+        malformed("half utf-8 bom", QByteArray("\xEF\xBB"));
+        malformed("lone FF", QByteArray("\xFF"));
+        malformed("utf-16 odd length", QByteArray("\xFE\xFF\x00\x41\x00"));
+        malformed("utf-32 bom only", QByteArray("\xFF\xFE\x00\x00", 4));
+        malformed("invalid utf-8", QByteArray("ok \xC3\x28 \xE2\x82 \xF0\x90\x28\xBC"));
+        malformed("truncated utf-8", QByteArray("caf\xC3"));
+        malformed("nul bytes", QByteArray(4096, '\0'));
+        QByteArray garbage(2 << 20, '\0');
+        QRandomGenerator random(1234);
+        random.fillRange(reinterpret_cast<quint32 *>(garbage.data()), garbage.size() / 4);
+        malformed("huge garbage", garbage);
     }
 
     void detect()
@@ -159,10 +175,14 @@ private Q_SLOTS:
 
         QTextCodec *codec = TextCodecs::get(data);
         QVERIFY(codec);
-        QVERIFY2(codecs.contains(QString::fromLatin1(codec->name())), codec->name().constData());
+        QVERIFY2(codecs.isEmpty() || codecs.contains(QString::fromLatin1(codec->name())),
+                 codec->name().constData());
 
         int id = -1;
-        QCOMPARE(TextCodecs::stringFromData(data, &id), text);
+        const QString decoded = TextCodecs::stringFromData(data, &id);
+        if (!codecs.isEmpty())
+            QCOMPARE(decoded, text);
+        QVERIFY(!decoded.isNull() || data.isEmpty());
         QVERIFY(id >= 0 && id < TextCodecs::count());
         QCOMPARE(TextCodecs::name(id), QString::fromLatin1(codec->name()));
     }
@@ -179,34 +199,6 @@ private Q_SLOTS:
         int id = -1;
         TextCodecs::stringFromData(data, &id);
         QCOMPARE(id, cyrillic);
-    }
-
-    void malformed_data()
-    {
-        QTest::addColumn<QByteArray>("data");
-        QTest::newRow("half utf-8 bom") << QByteArray("\xEF\xBB");
-        QTest::newRow("lone FF") << QByteArray("\xFF");
-        QTest::newRow("utf-16 odd length") << QByteArray("\xFE\xFF\x00\x41\x00");
-        QTest::newRow("utf-32 bom only") << QByteArray("\xFF\xFE\x00\x00", 4);
-        QTest::newRow("invalid utf-8") << QByteArray("ok \xC3\x28 \xE2\x82 \xF0\x90\x28\xBC");
-        QTest::newRow("truncated utf-8") << QByteArray("caf\xC3");
-        QTest::newRow("nul bytes") << QByteArray(4096, '\0');
-        QByteArray garbage(2 << 20, '\0');
-        QRandomGenerator random(1234);
-        random.fillRange(reinterpret_cast<quint32 *>(garbage.data()), garbage.size() / 4);
-        QTest::newRow("huge garbage") << garbage;
-    }
-
-    void malformed()
-    {
-        QFETCH(QByteArray, data);
-        QTextCodec *codec = TextCodecs::get(data);
-        QVERIFY(codec && findCodec(codec->name().constData()) >= 0);
-        int id = -1;
-        const QString text = TextCodecs::stringFromData(data, &id);
-        QVERIFY(id >= 0 && id < TextCodecs::count());
-        QCOMPARE(TextCodecs::name(id), QString::fromLatin1(codec->name()));
-        QVERIFY(!text.isNull() || data.isEmpty());
     }
 
     void explicitCodecAndRoundTrip()

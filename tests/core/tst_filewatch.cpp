@@ -1,4 +1,5 @@
 #include "dialogresponder.h"
+#include "fixtures.h"
 #include "memoryarchive.h"
 #include "testengine.h"
 #include "testinterface.h"
@@ -66,10 +67,7 @@ private Q_SLOTS:
     void init()
     {
         name = dir.path() + "/watched.ini";
-        QFile file(name);
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write("a = 1\n");
-        file.close();
+        QVERIFY(ZornTest::writeFile(name, "a = 1\n"));
         host = std::make_unique<ZornTest::TestInterface>();
         host->options["enable_file_watcher"] = true;
         host->options["showmsg_reload_file"] = 1;

@@ -1,3 +1,4 @@
+#include "fixtures.h"
 #include "testinterface.h"
 
 #include <zornx/core/archive.h>
@@ -110,19 +111,6 @@ private:
 private Q_SLOTS:
     void init() { host.options.clear(); }
 
-    void registryHasTheBuiltInTypes()
-    {
-        PropertyEdit form;
-        for (const char *type : {"bool", "int", "float", "int2", "int3", "int4", "float2",
-                                 "float3", "float4", "file", "text", "string", "option",
-                                 "stroption"})
-            QVERIFY2(PropertyEdit::valueEdit(type), type);
-        QVERIFY(!PropertyEdit::valueEdit("colour"));
-        QCOMPARE(PropertyEdit::valueEdit("text")->capabilities() & PropertyValueEdit::Foldable,
-                 PropertyValueEdit::Foldable);
-        QVERIFY(!(PropertyEdit::valueEdit("int")->capabilities() & PropertyValueEdit::Foldable));
-    }
-
     void changesReachTheProvider_data()
     {
         QTest::addColumn<unsigned int>("index");
@@ -221,9 +209,10 @@ private Q_SLOTS:
         QTest::addColumn<QList<double>>("maximums");
         QTest::addColumn<QList<double>>("steps");
         const double big = double(std::numeric_limits<float>::max());
-        QTest::newRow("int defaults") << "int2" << QVariantMap()
-                                      << QList<double>{INT_MIN, INT_MIN}
-                                      << QList<double>{INT_MAX, INT_MAX} << QList<double>{1, 1};
+        QTest::newRow("int defaults") << "int4" << QVariantMap()
+                                      << QList<double>{INT_MIN, INT_MIN, INT_MIN, INT_MIN}
+                                      << QList<double>{INT_MAX, INT_MAX, INT_MAX, INT_MAX}
+                                      << QList<double>{1, 1, 1, 1};
         QTest::newRow("int shared and own")
             << "int3" << QVariantMap{{"minimum", -5}, {"minimim1", 0}, {"maximum", 10}, {"maximim2", 3}}
             << QList<double>{-5, 0, -5} << QList<double>{10, 10, 3} << QList<double>{1, 1, 1};
@@ -383,11 +372,8 @@ private Q_SLOTS:
     void fileBrowseEdit()
     {
         QTemporaryDir base;
-        for (const char *name : {"b_dir/inner.png", "a_dir/x.txt", "z.png", "c.png", "m.txt"}) {
-            QDir(base.path()).mkpath(QFileInfo(name).path());
-            QFile file(base.path() + "/" + name);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-        }
+        for (const char *name : {"b_dir/inner.png", "a_dir/x.txt", "z.png", "c.png", "m.txt"})
+            QVERIFY(ZornTest::writeFile(base.path() + "/" + name, QByteArray()));
         FileBrowseEdit edit;
         QCOMPARE(edit.filter(), QString("*.*"));
         edit.setFilter("*.png");

@@ -102,7 +102,6 @@ private Q_SLOTS:
         QCOMPARE(removed.size(), 1);
 
         // The last type: removed, closed and released.
-        QPointer<QObject> guard;
         project->removeFile(Project::Sounds, 0);
         QCOMPARE(removed.size(), 2);
         QCOMPARE(closed.size(), 1);

@@ -1,5 +1,7 @@
 #include "imagecodecs.h"
 #include "imagecodecs_p.h"
+#include "gifimage.h"
+#include "gifimage_p.h"
 
 #include <QtCore/QIODevice>
 #include <QtCore/QVector>
@@ -691,6 +693,50 @@ bool saveRLE8(const QImage &image, QIODevice *device)
 // ---------------------------------------------------------------------------------------------
 // Dispatch
 
+namespace {
+
+// The first frame of a GIF, through the library's own reader (never Qt's plug-in), with the
+// file's colours opaque apart from the frame's transparent index.
+void loadGif(QImage &image, QIODevice *device)
+{
+    GIFImage gif;
+    if (!gif.load(device) || gif.images().isEmpty())
+        return;
+    const GIFImage::SubImage &first = gif.images().first();
+    const QVector<RGB> &map = gif.globalColorMap().isEmpty() ? first.colorMap
+                                                             : gif.globalColorMap();
+    QVector<QRgb> table;
+    for (const RGB &c : map)
+        table.append(qRgb(c.red, c.green, c.blue));
+    if (first.transparent < table.size())
+        table[first.transparent] &= 0x00ffffff;
+    // Pictures of indices are Format_Indexed8 throughout the library, two-colour ones too.
+    image = first.image.convertToFormat(QImage::Format_Indexed8);
+    image.setColorTable(table);
+}
+
+// One frame with the picture's colour table as the global map and its first colour of alpha 0
+// as the transparent index. A true-colour picture is quantized first.
+bool saveGif(const QImage &source, QIODevice *device)
+{
+    const QImage image = source.format() == QImage::Format_Indexed8 ? source
+                                                                   : quantizeForGif(source);
+    GIFImage gif(ushort(image.width()), ushort(image.height()), false);
+    GIFImage::SubImage sub;
+    sub.image = image;
+    const QVector<QRgb> table = image.colorTable();
+    for (int i = 0; i < table.size(); ++i) {
+        gif.globalColorMap().append(RGB(uchar(qRed(table[i])), uchar(qGreen(table[i])),
+                                        uchar(qBlue(table[i]))));
+        if (qAlpha(table[i]) == 0 && sub.transparent == 65535)
+            sub.transparent = ushort(i);
+    }
+    gif.images().append(sub);
+    return gif.save(device);
+}
+
+} // namespace
+
 bool loadImage(QIODevice *device, const char *format, QImage &image)
 {
     if (!device || !device->isReadable() || !format)
@@ -702,7 +748,7 @@ bool loadImage(QIODevice *device, const char *format, QImage &image)
     } else if (!std::strcmp(format, "PCX")) {
         loadPCX(image, device, nullptr);
     } else if (!std::strcmp(format, "GIF")) {
-        // Read by the library's own GIF reader only, never by Qt's plug-in.
+        loadGif(image, device);
     } else {
         for (Extension *extension : ExtensionManager::list(Extension::ImageReaderType)) {
             auto *reader = dynamic_cast<ImageReaderExtension *>(extension);
@@ -722,7 +768,7 @@ bool saveImage(QIODevice *device, const char *format, const QImage &image)
     if (!std::strcmp(format, "PCX"))
         return savePCX(image, device);
     if (!std::strcmp(format, "GIF"))
-        return false; // written by the library's own GIF writer only
+        return saveGif(image, device);
     for (Extension *extension : ExtensionManager::list(Extension::ImageWriterType)) {
         auto *writer = dynamic_cast<ImageWriterExtension *>(extension);
         if (writer && !std::strcmp(writer->format(), format) && writer->save(device, image))
