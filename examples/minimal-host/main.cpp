@@ -99,7 +99,8 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     MinimalHost host;
-    Zorn::ExtensionManager extensions(QStringLiteral(ZORNX_PLUGIN_DIR));
+    // The plug-ins installed with the library (in its build tree: those built there).
+    Zorn::ExtensionManager extensions(Zorn::ExtensionManager::installedDirectory());
     out << "Extensions: " << Zorn::ExtensionManager::list(Zorn::Extension::ArchiveType).size()
         << " archive format(s)\n";
 

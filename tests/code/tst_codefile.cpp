@@ -10,6 +10,10 @@
 #include <QtCore/QTextCodec>
 #include <QtTest/QtTest>
 
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
 using namespace Zorn;
 using ZornTest::MemoryArchive;
 using ZornTest::TestCodeDocument;
@@ -283,9 +287,80 @@ private Q_SLOTS:
         }
         QVERIFY(doc.isModified());
         QCOMPARE(doc.fileName(), name);
-        QCOMPARE(job.errors, QStringList("Can't save file '" + name + "'!"));
+        // The job names the file and the system's reason.
+        QCOMPARE(job.errors, QStringList("Can't save file '" + name + "'! "
+                                         + QString::fromLocal8Bit(std::strerror(EFBIG))));
         QCOMPARE(ZornTest::readFile(name), old);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList("full.cfg"));
+    }
+
+    // What cannot be read or written is reported on the job with the system's reason, and
+    // the document stays as it was.
+    void failuresCarryReasons_data()
+    {
+        QTest::addColumn<QString>("operation"); // read or save
+        QTest::addColumn<QString>("name");      // below the test directory
+        QTest::addColumn<int>("error");         // the errno whose text is the reason
+        QTest::newRow("read a missing file") << "read" << "missing.cfg" << ENOENT;
+        QTest::newRow("save where a file stands in the path") << "save" << "plain/sub/x.cfg"
+                                                               << ENOTDIR;
+        QTest::newRow("save over a directory") << "save" << "folder" << EISDIR;
+    }
+
+    void failuresCarryReasons()
+    {
+        QFETCH(QString, operation);
+        QFETCH(QString, name);
+        QFETCH(int, error);
+        QTemporaryDir dir;
+        QVERIFY(QDir(dir.path()).mkdir("folder"));
+        QFile plain(dir.path() + "/plain");
+        QVERIFY(plain.open(QIODevice::WriteOnly));
+        plain.close();
+        TestCodeDocument doc;
+        doc.setPlainText("x = 1");
+        ZornTest::TestJob job("job");
+        const QString path = dir.path() + "/" + name;
+        const bool done = operation == "read"
+            ? doc.fromFile(FileSystemArchive::instance(), path, 0, &job)
+            : doc.toFile(FileSystemArchive::instance(), path, 0, &job);
+        QVERIFY(!done);
+        const QString what = operation == "read" ? "open" : "save";
+        QCOMPARE(job.errors, QStringList(QString("Can't %1 file '%2'! %3")
+                                             .arg(what, path, QString::fromLocal8Bit(
+                                                                  std::strerror(error)))));
+        QCOMPARE(doc.toPlainText(), QString("x = 1"));
+        QCOMPARE(doc.fileName(), QString());
+    }
+
+    // A read-only file stays read-only: saved over where the process may write it (as root),
+    // refused with the reason where it may not.
+    void readOnlyFileKeepsItsMode()
+    {
+        QTemporaryDir dir;
+        const QString name = dir.path() + "/locked.cfg";
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("old\r\n");
+        file.close();
+        QVERIFY(::chmod(QFile::encodeName(name).constData(), 0444) == 0);
+        TestCodeDocument doc;
+        doc.setPlainText("new");
+        ZornTest::TestJob job("job");
+        const bool saved = doc.toFile(FileSystemArchive::instance(), name, 0, &job);
+        struct stat after;
+        QVERIFY(::stat(QFile::encodeName(name).constData(), &after) == 0);
+        QCOMPARE(after.st_mode & 07777, mode_t(0444));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        if (saved) {
+            QCOMPARE(file.readAll(), QByteArray("new"));
+            QVERIFY(job.errors.isEmpty());
+        } else {
+            QCOMPARE(file.readAll(), QByteArray("old\r\n"));
+            QCOMPARE(job.errors, QStringList(QString("Can't save file '%1'! %2")
+                                                 .arg(name, QString::fromLocal8Bit(
+                                                                std::strerror(EACCES)))));
+        }
     }
 
     void ownSavesNeverReload_data()

@@ -195,39 +195,95 @@ private Q_SLOTS:
         QCOMPARE(name, expected);
     }
 
-    // How a value of each type is stored, and written back as text.
+    // Every value type: how a value is stored, written back as text, and read through every
+    // accessor.
     void conversions_data()
     {
         QTest::addColumn<int>("type");
         QTest::addColumn<QVariant>("input");
         QTest::addColumn<QVariant>("stored");
         QTest::addColumn<QString>("text");
+        QTest::addColumn<QVariantList>("scalars"); // asBool, asInt, asUInt, asReal
+        QTest::addColumn<QVector<int>>("ints");
+        QTest::addColumn<QVector<qreal>>("reals");
+        QTest::addColumn<QVariantList>("vector");
+        QTest::addColumn<QPointF>("pointF");
+        QTest::addColumn<QRect>("rect"); // asPoint and asSize are its top left
 
-        // A row: type, the value given, the value stored, and the text written (null: skip).
-        auto row = [](const char *name, int type, const QVariant &input, const QVariant &stored,
-                      const QString &text) {
-            QTest::newRow(name) << type << input << stored << text;
-        };
         using V = QVariant;
         using L = QVariantList;
-        row("string", ValueCode::String, V(12), V("12"), "12");
-        row("bool", ValueCode::Bool, V(true), V(true), "1");
-        row("bool unchanged", ValueCode::Bool, V("yes"), V("yes"), "yes");
-        row("date", ValueCode::Date, V(QDate(2003, 2, 1)), V(QDate(2003, 2, 1)), "2003-02-01");
-        row("keyword", ValueCode::Keyword, V("4"), V(4u), "down");
-        row("keyword vector of one", ValueCode::KeywordVector, V(2), V(L({2u})), QString());
-        row("keyword vector", ValueCode::KeywordVector, V(L({1, "4"})), V(L({1u, 4u})), QString());
-        row("vec2 from list", ValueCode::FloatVec2, V(L({1.5, 2})), V(QPointF(1.5, 2)), "1.5, 2");
-        row("vec2 from short list", ValueCode::FloatVec2, V(L({3})), V(QPointF(3, 0)), "3, 0");
-        row("vec2 exponent", ValueCode::FloatVec2, V(QPointF(1.5, 1e7)), V(QPointF(1.5, 1e7)),
-            "1.5, 1e+07");
-        row("vec3 wraps", ValueCode::FloatVec3, V("2.5"), V(L({2.5})), "2.5");
-        row("int", ValueCode::Int, V("-42"), V(-42), "-42");
-        row("int vec2 from list", ValueCode::IntVec2, V(L({"7", -8})), V(QPoint(7, -8)), "7, -8");
-        row("int list", ValueCode::IntVec3, V(L({1, 2, 3})), V(L({1, 2, 3})), "1, 2, 3");
+        using I = QVector<int>;
+        using R = QVector<qreal>;
+        auto row = [](const char *name, int type, const V &input, const V &stored,
+                      const QString &text, const L &scalars, const I &ints, const R &reals,
+                      const L &vector, const QPointF &pointF, const QRect &rect) {
+            QTest::newRow(name) << type << input << stored << text << scalars << ints << reals
+                                << vector << pointF << rect;
+        };
+        // A rectangle from its four sides; right and bottom are -1 unless given.
+        auto sides = [](int left, int top = 0, int right = -1, int bottom = -1) {
+            return QRect(QPoint(left, top), QPoint(right, bottom));
+        };
+        const QDate date(2003, 2, 1);
+        const uint minus42 = uint(-42);
+
+        row("string", ValueCode::String, V(12), V("12"), "12", L({true, 12, 12u, 12.0}), I({12}),
+            R({12}), L({"12"}), QPointF(12, 0), sides(12));
+        // Not a scalar type: no vector, no point.
+        row("bool", ValueCode::Bool, V(true), V(true), "1", L({true, 1, 1u, 1.0}), I(), R(), L(),
+            QPointF(), sides(0));
+        row("file", ValueCode::File, V("a/b.png"), V("a/b.png"), "a/b.png", L({true, 0, 0u, 0.0}),
+            I({0}), R({0}), L({"a/b.png"}), QPointF(), sides(0));
+        row("date", ValueCode::Date, V(date), V(date), "2003-02-01", L({false, 0, 0u, 0.0}),
+            I({0}), R({0}), L({date}), QPointF(), sides(0));
+        row("keyword index", ValueCode::Keyword, V("4"), V(4u), "down", L({true, 4, 4u, 4.0}),
+            I({4}), R({4}), L({4u}), QPointF(4, 0), sides(4));
+        row("keyword text", ValueCode::Keyword, V("Up"), V(3u), "up", L({true, 3, 3u, 3.0}),
+            I({3}), R({3}), L({3u}), QPointF(3, 0), sides(3));
+        // A keyword vector gives all its indices, and its keywords as text.
+        row("keyword vector", ValueCode::KeywordVector, V(L({1, "4", "Back"})), V(L({1u, 4u, 6u})),
+            "left, down, back", L({false, 0, 0u, 0.0}), I({1, 4, 6}), R({1, 4, 6}),
+            L({1u, 4u, 6u}), QPointF(1, 4), sides(1, 4, 6));
+        row("keyword vector of one", ValueCode::KeywordVector, V(2), V(L({2u})), "right",
+            L({false, 0, 0u, 0.0}), I({2}), R({2}), L({2u}), QPointF(2, 0), sides(2));
+        row("float", ValueCode::Float, V(2.25), V(2.25), "2.25", L({true, 2, 2u, 2.25}), I({2}),
+            R({2.25}), L({2.25}), QPointF(2.25, 0), sides(2));
+        // A pair gives both its numbers wherever a list would give its elements.
+        row("float vec2", ValueCode::FloatVec2, V(L({1.25, 2})), V(QPointF(1.25, 2)), "1.25, 2",
+            L({false, 0, 0u, 0.0}), I({1, 2}), R({1.25, 2}), L({1.25, 2.0}), QPointF(1.25, 2),
+            sides(1, 2));
+        row("float vec2 of a short list", ValueCode::FloatVec2, V(L({3})), V(QPointF(3, 0)),
+            "3, 0", L({false, 0, 0u, 0.0}), I({3, 0}), R({3, 0}), L({3.0, 0.0}), QPointF(3, 0),
+            sides(3, 0));
+        row("float vec2 exponent", ValueCode::FloatVec2, V(QPointF(1.25, 1e7)), V(QPointF(1.25, 1e7)),
+            "1.25, 1e+07", L({false, 0, 0u, 0.0}), I({1, 10000000}), R({1.25, 1e7}),
+            L({1.25, 1e7}), QPointF(1.25, 1e7), sides(1, 10000000));
+        row("float vec3", ValueCode::FloatVec3, V(L({1.25, 2, 3})), V(L({1.25, 2, 3})),
+            "1.25, 2, 3", L({false, 0, 0u, 0.0}), I({1, 2, 3}), R({1.25, 2, 3}), L({1.25, 2, 3}),
+            QPointF(1.25, 2), sides(1, 2, 3));
+        row("float vec4 wraps one", ValueCode::FloatVec4, V("0.25"), V(L({0.25})), "0.25",
+            L({false, 0, 0u, 0.0}), I({0}), R({0.25}), L({0.25}), QPointF(0.25, 0), sides(0));
+        row("float vector", ValueCode::FloatVector, V(L({1, 2, 3, 4, 5})), V(L({1, 2, 3, 4, 5})),
+            "1, 2, 3, 4, 5", L({false, 0, 0u, 0.0}), I({1, 2, 3, 4, 5}), R({1, 2, 3, 4, 5}),
+            L({1, 2, 3, 4, 5}), QPointF(1, 2), sides(1, 2, 3, 4));
+        row("int", ValueCode::Int, V("-42"), V(-42), "-42", L({true, -42, minus42, -42.0}),
+            I({-42}), R({-42}), L({-42}), QPointF(-42, 0), sides(-42));
+        row("int vec2", ValueCode::IntVec2, V(L({"7", -8})), V(QPoint(7, -8)), "7, -8",
+            L({false, 0, 0u, 0.0}), I({7, -8}), R({7, -8}), L({7, -8}), QPointF(7, -8),
+            sides(7, -8));
+        row("int vec3", ValueCode::IntVec3, V(L({1, 2, 3})), V(L({1, 2, 3})), "1, 2, 3",
+            L({false, 0, 0u, 0.0}), I({1, 2, 3}), R({1, 2, 3}), L({1, 2, 3}), QPointF(1, 2),
+            sides(1, 2, 3));
+        row("int vec4", ValueCode::IntVec4, V(L({1, 2, 30, 40})), V(L({1, 2, 30, 40})),
+            "1, 2, 30, 40", L({false, 0, 0u, 0.0}), I({1, 2, 30, 40}), R({1, 2, 30, 40}),
+            L({1, 2, 30, 40}), QPointF(1, 2), sides(1, 2, 30, 40));
+        row("int vector wraps one", ValueCode::IntVector, V(5), V(L({5})), "5",
+            L({false, 0, 0u, 0.0}), I({5}), R({5}), L({5}), QPointF(5, 0), sides(5));
         row("string list is a list", ValueCode::IntVector, V(QStringList({"1", "2"})),
-            V(L({"1", "2"})), "1, 2");
-        row("unknown type", 40, V(17), V(17), "17");
+            V(L({"1", "2"})), "1, 2", L({false, 0, 0u, 0.0}), I({1, 2}), R({1, 2}), L({"1", "2"}),
+            QPointF(1, 2), sides(1, 2));
+        row("unknown type", 40, V(17), V(17), "17", L({true, 17, 17u, 17.0}), I(), R(), L(),
+            QPointF(), sides(0));
     }
 
     void conversions()
@@ -236,43 +292,88 @@ private Q_SLOTS:
         QFETCH(QVariant, input);
         QFETCH(QVariant, stored);
         QFETCH(QString, text);
+        QFETCH(QVariantList, scalars);
+        QFETCH(QVector<int>, ints);
+        QFETCH(QVector<qreal>, reals);
+        QFETCH(QVariantList, vector);
+        QFETCH(QPointF, pointF);
+        QFETCH(QRect, rect);
+        const ValueCode::Type t = ValueCode::Type(type);
         RootCode root;
-        auto *node = new ValueNode(ValueCode::Type(type), QTextBlock(), &root, input, "k");
+        // setValue looks keywords up by their text; the constructor converts the same way
+        // otherwise.
+        auto *node = new ValueNode(t, QTextBlock(), &root, QVariant(), "k");
+        QVERIFY(node->setValue(input));
         QCOMPARE(node->rawValue(), stored);
         QCOMPARE(node->rawValue().userType(), stored.userType());
-        // setValue converts alike and leaves the text alone.
-        node->setValue(input);
-        QCOMPARE(node->rawValue(), stored);
-        if (text.isNull())
-            return;
-        const ValueCode::Type t = ValueCode::Type(type);
+        bool keywordText = false; // a text that only keyword() can turn into an index
+        for (const QVariant &element : input.toList() + QVariantList({input}))
+            if (element.userType() == QMetaType::QString && !element.toString().toUInt())
+                keywordText = keywordText || type == ValueCode::Keyword
+                              || type == ValueCode::KeywordVector;
+        if (!keywordText) {
+            auto *made = new ValueNode(t, QTextBlock(), node, input, "k");
+            QCOMPARE(made->rawValue(), stored);
+        }
+
+        QCOMPARE(node->asBool(), scalars.at(0).toBool());
+        QCOMPARE(node->asInt(), scalars.at(1).toInt());
+        QCOMPARE(node->asUInt(), scalars.at(2).toUInt());
+        QCOMPARE(node->asReal(), scalars.at(3).toReal());
+        QCOMPARE(node->asIntVector(), ints);
+        QCOMPARE(node->asRealVector(), reals);
+        QCOMPARE(node->asVector(), vector);
+        QCOMPARE(node->asPointF(), pointF);
+        QCOMPARE(node->asRect(), rect);
+        QCOMPARE(node->asPoint(), rect.topLeft());
+        QCOMPARE(node->asSize(), QSize(rect.left(), rect.top()));
+
         QCOMPARE(ValueCode::asString(node, t, stored, QLatin1Char(',')), text);
         QCOMPARE(ValueCode::asString(node, t, stored, QChar()), QString(text).replace(", ", " "));
         // A string is written as it is, whatever the type.
         QCOMPARE(ValueCode::asString(node, t, QVariant("as is"), QLatin1Char(',')),
                  QString("as is"));
-        if (type == ValueCode::Keyword) // without a node, the keyword stays a number
-            QCOMPARE(ValueCode::asString(nullptr, t, stored, QLatin1Char(',')), QString("4"));
+        if (type == ValueCode::Keyword) { // the text in value(); without a node, a number
+            QCOMPARE(node->value(), QVariant(text));
+            QCOMPARE(ValueCode::asString(nullptr, t, stored, QLatin1Char(',')),
+                     QString::number(stored.toUInt()));
+        }
     }
 
-    void accessors()
+    // A keyword given as text that the engine does not know is refused, never stored as
+    // index 0.
+    void unknownKeywordsAreRefused_data()
     {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QVariant>("known");
+        QTest::addColumn<QVariant>("unknown");
+        QTest::newRow("keyword") << int(ValueCode::Keyword) << QVariant("left")
+                                 << QVariant("sideways");
+        QTest::newRow("keyword vector") << int(ValueCode::KeywordVector)
+                                        << QVariant(QVariantList({"up", "back"}))
+                                        << QVariant(QVariantList({"up", "sideways"}));
+    }
+
+    void unknownKeywordsAreRefused()
+    {
+        QFETCH(int, type);
+        QFETCH(QVariant, known);
+        QFETCH(QVariant, unknown);
+        const ValueCode::Type t = ValueCode::Type(type);
         RootCode root;
-        auto *four = new ValueNode(ValueCode::IntVec4, QTextBlock(), &root,
-                                       QVariantList({1, 2, 30, 40}), "four");
-        QCOMPARE(four->asPoint(), QPoint(1, 2));
-        QCOMPARE(four->asSize(), QSize(1, 2));
-        QCOMPARE(four->asRect(), QRect(QPoint(1, 2), QPoint(30, 40)));
-        QCOMPARE(four->asIntVector(), QVector<int>({1, 2, 30, 40}));
-        // A float pair gives no whole point; too few numbers give no rectangle.
-        auto *pair = new ValueNode(ValueCode::FloatVec2, QTextBlock(), four, QPointF(1.5, 2.5),
-                                       "pair");
-        QCOMPARE(pair->asPointF(), QPointF(1.5, 2.5));
-        QCOMPARE(pair->asPoint(), QPoint());
-        QCOMPARE(pair->asRect(), QRect(QPoint(0, 0), QPoint(-1, -1)));
-        auto *one = new ValueNode(ValueCode::Float, QTextBlock(), pair, 2.25, "one");
-        QCOMPARE(one->asPointF(), QPointF(2.25, 0));
-        QCOMPARE(one->asRect(), QRect(QPoint(2, 0), QPoint(-1, -1)));
+        auto *node = new ValueNode(t, QTextBlock(), &root, QVariant(), "k");
+        QVERIFY(node->setValue(known));
+        const QVariant before = node->rawValue();
+        QVERIFY(!node->setValue(unknown));
+        QCOMPARE(node->rawValue(), before);
+        // A parser that hands over text it did not resolve stores nothing, and nothing reads
+        // as the first keyword.
+        auto *made = new ValueNode(t, QTextBlock(), node, unknown, "k");
+        QVERIFY(!made->rawValue().isValid());
+        QVERIFY(!made->value().isValid());
+        QCOMPARE(ValueCode::asString(made, t, made->rawValue(), QLatin1Char(',')), QString());
+        QCOMPARE(made->keywordIndex("BACK"), 6);
+        QCOMPARE(made->keywordIndex("sideways"), -1);
     }
 
     void groupLookups()

@@ -139,6 +139,23 @@ private Q_SLOTS:
         QCOMPARE(dump(*parent), QString("chars(thorn),data(common.ini,fight.ini)"));
     }
 
+    // A project made with its main file added, whose list names the main file too, and a
+    // file listed under two types: each is one node.
+    void treeListsEachFileOnce()
+    {
+        QVERIFY(ZornTest::writeFile(game + "/chars/lantern/lantern.ini",
+                                    "name = k\nscripts = lantern.ini, lantern.moves\n"
+                                    "animations = lantern.anim\nsprites = lantern.anim\n"));
+        TestProject *project = open("chars/lantern/lantern.ini");
+        QVERIFY(project);
+        QVERIFY(project->filesWithIDs().value(project->mainFile()) & 1); // added as the main file
+        QCOMPARE(dump(*parent), QString("chars(lantern(lantern.anim,lantern.ini,lantern.moves),"
+                                        "thorn),data(common.ini,fight.ini)"));
+        const Path *main = parent->filePath(game + "/chars/lantern/lantern.ini");
+        QCOMPARE(main->type(), 0);
+        QVERIFY(main->isProject());
+    }
+
     void directoryChangesAreRowChanges()
     {
         QVERIFY(open("chars/lantern/lantern.ini"));

@@ -8,6 +8,8 @@
 
 #include <zornx/core/object.h>
 
+#include <cerrno>
+#include <cstring>
 #ifdef Q_OS_UNIX
 #include <unistd.h>
 #endif
@@ -203,6 +205,15 @@ void CodeDocumentPrivate::callDocSaveFinished(Archive *archive, QIODevice *file,
     document->saveFinished(archive, file, fileName, flags, stats);
 }
 
+// "Can't <verb> file '<name>'!" and the reason the system gave.
+static QString fileError(const char *verb, const QString &name, const QString &reason)
+{
+    QString text = QStringLiteral("Can't %1 file '%2'!").arg(QLatin1String(verb), name);
+    if (!reason.isEmpty())
+        text += QLatin1Char(' ') + reason;
+    return text;
+}
+
 void expandTabs(QString &text)
 {
     if (!text.contains(QLatin1Char('\t')))
@@ -281,9 +292,13 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, unsigned int 
 bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, unsigned int flags,
                             JobStats *job)
 {
+    Archive::setLastError(QString()); // an archive that gives no reason leaves none
     QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
-    if (!device)
+    if (!device) {
+        if (job)
+            job->error(fileError("open", name, Archive::lastError()));
         return false;
+    }
     d->waitForSave();
     const QByteArray bytes = device->readAll();
     QString text = TextCodecs::stringFromData(bytes, &codec);
@@ -316,11 +331,16 @@ bool CodeDocument::fromFile(Archive &archive, const QString &name, int codec, un
 
 bool CodeDocument::toFile(Archive &archive, const QString &name, unsigned int flags, JobStats *job)
 {
-    if (!archive.isWritable(name))
+    Archive::setLastError(QString());
+    QIODevice *device = archive.isWritable(name) ? archive.openFile(name, QIODevice::WriteOnly)
+                                                 : nullptr;
+    if (!device) {
+        if (job)
+            job->error(fileError("save", name, archive.isWritable(name)
+                                           ? Archive::lastError()
+                                           : QString::fromLocal8Bit(std::strerror(EACCES))));
         return false;
-    QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
-    if (!device)
-        return false;
+    }
     d->waitForSave();
     if (job)
         job->setMaximum(1);
@@ -355,10 +375,14 @@ bool CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QStri
 {
     // What did not all reach the file never replaces it.
     bool saved = !(flags & writeFailedFlag);
-    if (saved)
+    QString reason = saved ? QString() : device->errorString();
+    if (saved) {
+        Archive::setLastError(QString());
         saved = archive->closeFile(device);
-    else
+        reason = Archive::lastError();
+    } else {
         archive->discardFile(device);
+    }
     if (d->closing)
         return saved;
     const bool copy = flags & Copy;
@@ -366,7 +390,7 @@ bool CodeDocument::saveFinished(Archive *archive, QIODevice *device, const QStri
         setFileName(d->heldName);
     if (!saved) {
         if (job)
-            job->error(QStringLiteral("Can't save file '%1'!").arg(name));
+            job->error(fileError("save", name, reason));
         return false;
     }
     if (!copy) {

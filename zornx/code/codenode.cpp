@@ -70,6 +70,20 @@ QPointF pointFOf(const QVariant &value)
     return value.toPointF();
 }
 
+// The elements of a stored list, or the two numbers of a stored point.
+QVariantList elementsOf(const QVariant &value)
+{
+    if (value.userType() == QMetaType::QPoint) {
+        const QPoint point = value.toPoint();
+        return QVariantList({point.x(), point.y()});
+    }
+    if (value.userType() == QMetaType::QPointF) {
+        const QPointF point = value.toPointF();
+        return QVariantList({point.x(), point.y()});
+    }
+    return value.toList();
+}
+
 QPoint pointOf(const QVariant &value)
 {
     const int type = value.userType();
@@ -514,7 +528,8 @@ QString NamedCode::displayName() const
 ValueCode::ValueCode(Type type, const QTextBlock &block, CodeNode *previous, const QVariant &value)
     : CodeNode(CodeNode::Value, block, previous), storedType(type)
 {
-    stored = convertFrom(type, value);
+    // keyword() is not there yet: keywords given as text cannot be looked up.
+    stored = convert(type, value, false);
     ParentCode *target = nullptr;
     unsigned int position = 0;
     for (CodeNode *node = previous; node; node = node->previous()) {
@@ -539,13 +554,31 @@ ValueCode::ValueCode(Type type, const QTextBlock &block, CodeNode *previous, con
 QVariant ValueCode::value() const
 {
     if (storedType == Keyword)
-        return keyword(stored.toUInt());
+        return stored.isValid() ? QVariant(keyword(stored.toUInt())) : QVariant();
     return stored;
 }
 
-void ValueCode::setValue(const QVariant &value)
+bool ValueCode::setValue(const QVariant &value)
 {
-    stored = convertFrom(storedType, value);
+    const QVariant converted = convertFrom(storedType, value);
+    if (!converted.isValid() && value.isValid())
+        return false;
+    stored = converted;
+    return true;
+}
+
+int ValueCode::keywordIndex(const QString &text) const
+{
+    // keyword() answers an empty text past the end of the table; the bound guards a table
+    // that never ends.
+    for (unsigned int index = 0; index < 0x10000; ++index) {
+        const QString word = keyword(index);
+        if (word.isEmpty())
+            break;
+        if (word.compare(text, Qt::CaseInsensitive) == 0)
+            return int(index);
+    }
+    return -1;
 }
 
 void ValueCode::valueChanged(const QVariant &value)
@@ -561,7 +594,6 @@ bool ValueCode::isScalar() const
     case File:
     case Date:
     case Keyword:
-    case KeywordVector:
     case Float:
     case Int:
         return true;
@@ -592,7 +624,7 @@ QVector<int> ValueCode::asIntVector() const
         out.append(asInt());
         return out;
     }
-    const QVariantList list = stored.toList();
+    const QVariantList list = elementsOf(stored);
     out.reserve(list.size());
     for (const QVariant &element : list)
         out.append(element.toInt());
@@ -611,7 +643,7 @@ QVector<qreal> ValueCode::asRealVector() const
         out.append(asReal());
         return out;
     }
-    const QVariantList list = stored.toList();
+    const QVariantList list = elementsOf(stored);
     out.reserve(list.size());
     for (const QVariant &element : list)
         out.append(element.toReal());
@@ -622,7 +654,7 @@ QVariantList ValueCode::asVector() const
 {
     if (isScalar())
         return QVariantList({stored});
-    return stored.toList();
+    return elementsOf(stored);
 }
 
 QPoint ValueCode::asPoint() const
@@ -633,7 +665,7 @@ QPoint ValueCode::asPoint() const
         return QPoint(asInt(), 0);
     if (storedType == IntVec2)
         return stored.toPoint();
-    const QVariantList list = stored.toList();
+    const QVariantList list = elementsOf(stored);
     return QPoint(list.value(0).toInt(), list.value(1).toInt());
 }
 
@@ -665,7 +697,7 @@ QRect ValueCode::asRect() const
         rect.setLeft(asInt());
         return rect;
     }
-    const QVariantList list = stored.toList();
+    const QVariantList list = elementsOf(stored);
     if (list.size() > 0)
         rect.setLeft(list.at(0).toInt());
     if (list.size() > 1)
@@ -679,20 +711,37 @@ QRect ValueCode::asRect() const
 
 QVariant ValueCode::convertFrom(ValueCode::Type type, const QVariant &value) const
 {
+    return convert(type, value, true);
+}
+
+QVariant ValueCode::keywordOf(const QVariant &value, bool lookUp) const
+{
+    bool number = false;
+    const uint index = value.toUInt(&number);
+    if (number)
+        return QVariant(index);
+    if (!lookUp || value.userType() != QMetaType::QString)
+        return QVariant();
+    const int found = keywordIndex(value.toString());
+    return found < 0 ? QVariant() : QVariant(uint(found));
+}
+
+QVariant ValueCode::convert(ValueCode::Type type, const QVariant &value, bool lookUp) const
+{
     switch (type) {
     case String:
     case File:
         return value.toString();
     case Keyword:
-        return QVariant(value.toUInt());
+        return keywordOf(value, lookUp);
     case KeywordVector: {
         QVariantList out;
-        if (isList(value)) {
-            const QVariantList list = value.toList();
-            for (const QVariant &element : list)
-                out.append(QVariant(element.toUInt()));
-        } else {
-            out.append(QVariant(value.toUInt()));
+        const QVariantList list = isList(value) ? value.toList() : QVariantList({value});
+        for (const QVariant &element : list) {
+            const QVariant index = keywordOf(element, lookUp);
+            if (!index.isValid())
+                return QVariant(); // one unknown keyword spoils the value
+            out.append(index);
         }
         return out;
     }
@@ -730,7 +779,18 @@ QString ValueCode::asString(const ValueCode *node, ValueCode::Type type, const Q
     case Date:
         return value.toDate().toString(Qt::ISODate);
     case Keyword:
+        if (!value.isValid())
+            return QString();
         return node ? node->keyword(value.toUInt()) : value.toString();
+    case KeywordVector: {
+        if (!value.isValid())
+            return QString();
+        QStringList words;
+        const QVariantList list = isList(value) ? value.toList() : QVariantList({value});
+        for (const QVariant &index : list)
+            words.append(node ? node->keyword(index.toUInt()) : index.toString());
+        return words.join(between);
+    }
     case FloatVec2: {
         const QPointF point = pointFOf(value);
         return QString::number(point.x(), 'g', 6) + between + QString::number(point.y(), 'g', 6);

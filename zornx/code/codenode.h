@@ -58,10 +58,11 @@ public:
     // Deletes the line (with children: the lines of the children too); the parse then
     // destroys the node. Without a document the node is released at once.
     virtual void remove(bool withChildren);
+    // A parser that keeps a line's node (returns oldNode) calls this with the line's new
+    // value: the node stores it and the tree model shows the change. Nothing else calls it.
+    virtual void valueChanged(const QVariant &value);
 
 protected:
-    // A change of the text reached a node that the parser keeps.
-    virtual void valueChanged(const QVariant &value);
     virtual void changed(const ParentCode *parent, int row, int column);
 
 public:
@@ -196,10 +197,13 @@ public:
     // Stores convertFrom(type, value) and enters the parent that the chain before it gives.
     ValueCode(Type type, const QTextBlock &block, CodeNode *previous, const QVariant &value);
 
-    // For Keyword the text of the keyword; otherwise the stored value.
+    // For Keyword the text of the keyword (invalid when none is stored); otherwise the stored
+    // value.
     virtual QVariant value() const;
-    // Stores a new value without touching the text.
-    virtual void setValue(const QVariant &value);
+    // Stores convertFrom(valueType(), value) without touching the text. A keyword may be given
+    // as its index or its text; false, with the old value kept, for a text that keyword()
+    // does not know.
+    virtual bool setValue(const QVariant &value);
     virtual bool asBool() const;
     virtual int asInt() const;
     virtual unsigned int asUInt() const;
@@ -211,11 +215,16 @@ public:
     virtual QPointF asPointF() const;
     virtual QSize asSize() const;
     virtual QRect asRect() const;
+    // The text of keyword index; an empty text past the end of the engine's table.
     virtual QString keyword(unsigned int index) const = 0;
+    // The index of a keyword's text (case ignored), -1 when keyword() does not know it.
+    int keywordIndex(const QString &text) const;
+
+    // Stores convertFrom(valueType(), value), then tells the parent and the model.
+    void valueChanged(const QVariant &value) override;
 
 protected:
     virtual QVariant convertFrom(ValueCode::Type type, const QVariant &value) const;
-    void valueChanged(const QVariant &value) override;
 
 public:
     ValueCode::Type valueType() const { return storedType; }
@@ -227,6 +236,9 @@ public:
 
 private:
     bool isScalar() const;
+    // Without lookUp (in the constructor, before keyword() exists) only numbers are indices.
+    QVariant convert(ValueCode::Type type, const QVariant &value, bool lookUp) const;
+    QVariant keywordOf(const QVariant &value, bool lookUp) const;
 
     ValueCode::Type storedType;
     QVariant stored;

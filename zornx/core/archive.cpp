@@ -4,6 +4,7 @@
 #include "interface.h"
 
 #include <QtCore/QDebug>
+#include <QtCore/QLoggingCategory>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QRegExp>
@@ -13,11 +14,17 @@
 #include <QtWidgets/QMessageBox>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace Zorn {
+
+// Silent unless asked: QT_LOGGING_RULES="zornx.files.debug=true" shows every change that the
+// watcher sees.
+Q_LOGGING_CATEGORY(zornxFiles, "zornx.files", QtInfoMsg)
 
 // ---------------------------------------------------------------------------------------------
 // Archive
@@ -117,6 +124,20 @@ QStringList FileSystemArchive::entries(const QString &path, QStringList nameFilt
                                 sort);
 }
 
+namespace {
+thread_local QString archiveError;
+}
+
+QString Archive::lastError()
+{
+    return archiveError;
+}
+
+void Archive::setLastError(const QString &reason)
+{
+    archiveError = reason;
+}
+
 QIODevice *FileSystemArchive::openFile(const QString &name, QIODevice::OpenMode mode)
 {
     if (mode & QIODevice::WriteOnly) {
@@ -124,10 +145,12 @@ QIODevice *FileSystemArchive::openFile(const QString &name, QIODevice::OpenMode 
         if (!info.absoluteDir().exists())
             QDir().mkpath(info.absolutePath());
     } else if (!QFile::exists(name)) {
+        setLastError(QString::fromLocal8Bit(std::strerror(ENOENT)));
         return nullptr;
     }
     File *file = new File(name);
     if (!file->open(mode)) {
+        setLastError(file->errorString());
         delete file;
         return nullptr;
     }
@@ -139,8 +162,11 @@ bool FileSystemArchive::closeFile(QIODevice *device)
     if (!device)
         return false;
     bool ok = true;
-    if (File *file = dynamic_cast<File *>(device))
+    if (File *file = dynamic_cast<File *>(device)) {
         ok = file->commit();
+        if (!ok)
+            setLastError(file->errorString());
+    }
     delete device;
     return ok;
 }
@@ -231,24 +257,34 @@ bool File::open(OpenMode mode)
     setFileName(target.fileName() + randomString(6));
     if ((!keep || QFile::copy(target.fileName(), fileName())) && QFile::open(mode)
         && target.open(ReadWrite)) {
-        // The replacement keeps the permissions of the file it replaces.
-        setPermissions(target.permissions());
+        // The replacement keeps the mode of the file it replaces, read-only bits included:
+        // permissions() would also count what this process may do (root may write anything).
+        struct stat old;
+        if (::fstat(target.handle(), &old) == 0)
+            ::fchmod(handle(), old.st_mode & 07777);
         unsetError(); // a refusal there costs nothing; commit() heeds write errors only
         return true;
     }
     // Nothing is left behind, and the destructor has nothing to commit.
+    const QString reason = target.error() != NoError ? target.errorString() : errorString();
     QFile::close();
     target.close();
     QFile::remove(fileName());
     setFileName(target.fileName());
+    setErrorString(reason);
     return false;
 }
 
 qint64 File::writeData(const char *data, qint64 length)
 {
+    errno = 0;
     const qint64 written = QFile::writeData(data, length);
-    if (written != length)
+    if (written != length) {
+        // A short write is no error to QFile, which then says nothing of the reason.
         writeFailed = true;
+        if (errno)
+            setErrorString(QString::fromLocal8Bit(std::strerror(errno)));
+    }
     return written;
 }
 
@@ -382,7 +418,7 @@ void FileWatcherManager::detach(FileWatchObject *object, const QString &name)
 
 void FileWatcherManager::fileChanged(const QString &path)
 {
-    qDebug() << "File modified:" << path;
+    qCDebug(zornxFiles) << "File modified:" << path;
     if (!entries.contains(path))
         return;
     if (!QFile::exists(path))

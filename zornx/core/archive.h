@@ -54,6 +54,14 @@ public:
     // otherwise path unchanged. Both '/' and '\' separate.
     QString relativePath(const QString &path, Archive *archive, const QString &base) const;
 
+    // Why the last openFile() or closeFile() that failed on this thread failed, in the
+    // system's words ("No such file or directory", "Permission denied"); empty when the
+    // archive gave no reason.
+    static QString lastError();
+    // For archives: records the reason of a failure; callers clear it before an operation
+    // so that an archive that gives no reason leaves none.
+    static void setLastError(const QString &reason);
+
 protected:
     ~Archive() override;
 

@@ -355,16 +355,16 @@ bool EnginePrivate::save(QXmlStreamWriter *writer)
     return !writer->hasError();
 }
 
-void EnginePrivate::registerCustomOptions(QWidget *) {}
+void Engine::registerCustomOptions(QWidget *) {}
 
-void EnginePrivate::registerScriptClasses(lua_State *) {}
+void Engine::registerScriptClasses(lua_State *) {}
 
-Debugger *EnginePrivate::debugger() const
+Debugger *Engine::debugger() const
 {
     return nullptr;
 }
 
-Emulator *EnginePrivate::emulator() const
+Emulator *Engine::emulator() const
 {
     return nullptr;
 }

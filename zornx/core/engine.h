@@ -68,8 +68,9 @@ private:
 };
 
 // What every engine shares: its instances and configuration values, read from
-// <name>_config.xml at construction and written back at destruction. An engine module derives
-// the concrete engine from Engine.
+// <name>_config.xml at construction and written back at destruction. Nothing here is for a
+// module to override: an engine module derives the concrete engine from Engine and implements
+// its operations.
 class ZORNX_EXPORT EnginePrivate : public EngineInstances
 {
     Q_OBJECT
@@ -97,29 +98,39 @@ public:
     bool load(QXmlStreamReader *reader);
     bool save(QXmlStreamWriter *writer);
 
-    virtual void registerCustomOptions(QWidget *parent);
-    // Adds the engine's own script classes to the host's Lua state.
-    virtual void registerScriptClasses(lua_State *lua);
-    // Null when the engine has none.
-    virtual Debugger *debugger() const;
-    virtual Emulator *emulator() const;
-    virtual QString queryString(StringType type, unsigned int index) const = 0;
-    // The filters that "Save as" offers, by project file type.
-    virtual QMap<int, QString> singleFileFilters() const = 0;
-    // A new, empty file of the type, or null.
-    virtual ProjectFile *createFile(int type, Project *project) = 0;
-
 private:
     EnginePrivateData *data;
 };
 
-// The public face of an engine description.
+// The public face of an engine description, and the class an engine module derives from. The
+// library calls the operations below; the module implements the three pure ones. The
+// configuration is read when the engine is made and written when it is destroyed.
 class ZORNX_EXPORT Engine : public EnginePrivate
 {
     Q_OBJECT
 public:
+    // name gives the configuration file <engine user path>/<name>_config.xml and the
+    // "/engines/<name>" data directory.
     explicit Engine(const QString &name);
     ~Engine() override;
+
+    // Adds the engine's own controls to an options page; the base adds nothing.
+    virtual void registerCustomOptions(QWidget *parent);
+    // Adds the engine's own script classes to the host's Lua state; the base adds nothing.
+    virtual void registerScriptClasses(lua_State *lua);
+    // Null (the base) when the engine has none.
+    virtual Debugger *debugger() const;
+    virtual Emulator *emulator() const;
+    // A text of the engine: LineComment with index 0 the line-comment marker (the code uses
+    // its first character in places), GameMarkerFile with index 0 the name of a file whose
+    // presence makes a directory a game, FileTypeName with a project file type that type's
+    // name. Other values are the module's own; an empty string where there is no answer.
+    virtual QString queryString(StringType type, unsigned int index) const = 0;
+    // The patterns "Save as" offers, by project file type: "*.ini", or "*.ini*.cfg" for two.
+    virtual QMap<int, QString> singleFileFilters() const = 0;
+    // A new, empty file of the type, with one reference that the caller owns; null when the
+    // engine makes no such file. Type 4 gives the document the snippet dialog shows.
+    virtual ProjectFile *createFile(int type, Project *project) = 0;
 };
 
 } // namespace Zorn

@@ -2,7 +2,10 @@
 #include "extension_p.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtCore/QLibrary>
+
+#include <dlfcn.h>
 
 namespace Zorn {
 
@@ -110,6 +113,23 @@ const QList<Extension *> &ExtensionManager::list(Extension::Type type)
     if (int(type) < 0 || int(type) >= Extension::TypeCount)
         return none;
     return ExtensionRegistry::instance().lists[type];
+}
+
+QString ExtensionManager::installedDirectory()
+{
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void *>(&ExtensionManager::installedDirectory), &info)
+        && info.dli_fname) {
+        const QString beside = QFileInfo(QString::fromLocal8Bit(info.dli_fname)).absolutePath()
+            + QStringLiteral("/zornx/extensions");
+        if (QFileInfo(beside).isDir())
+            return beside;
+    }
+#ifdef ZORNX_BUILD_EXTENSIONS_DIR
+    if (QFileInfo(QStringLiteral(ZORNX_BUILD_EXTENSIONS_DIR)).isDir())
+        return QStringLiteral(ZORNX_BUILD_EXTENSIONS_DIR);
+#endif
+    return QString();
 }
 
 } // namespace Zorn

@@ -81,6 +81,11 @@ public:
     static bool add(Extension *extension);
     // Extensions of type in the order they were added; empty for a type out of range.
     static const QList<Extension *> &list(Extension::Type type);
+    // Where the plug-ins that come with the library live: "zornx/extensions" beside the
+    // loaded libzornx (<prefix>/lib/zornx/extensions when installed, the same directory as
+    // zornx_EXTENSIONS_DIR of the CMake package), or the build tree's plug-in directory when
+    // the library runs from its build tree. Empty when neither exists.
+    static QString installedDirectory();
 };
 
 typedef void (*RegisterExtensionFunction)(ExtensionManager *manager);

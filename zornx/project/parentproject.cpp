@@ -502,11 +502,15 @@ void ParentProject::updateProject(Project *project)
         QList<PathInfo> *level = &records;
         for (int i = 0; i < parts.size(); ++i) {
             const bool last = i == parts.size() - 1;
+            // A name listed twice (the main file among the external files, one file under
+            // two types) is one node; the main file's type wins.
+            const int kind = last ? BasePath::File : BasePath::Directory;
             PathInfo *found = nullptr;
-            if (!last)
-                for (PathInfo &record : *level)
-                    if (record.kind == BasePath::Directory && record.name == parts.at(i))
-                        found = &record;
+            for (PathInfo &record : *level)
+                if (record.kind == kind && record.name == parts.at(i))
+                    found = &record;
+            if (found && last && file.id == 0)
+                found->type = 0;
             if (!found) {
                 PathInfo record;
                 record.kind = last ? BasePath::File : BasePath::Directory;
@@ -622,6 +626,8 @@ bool ParentProject::saveAs(const QString &path, JobStats *job)
         }
     };
     walk(d);
+    // The files listed in one directory each name it: the module may answer alike each time.
+    files.removeDuplicates();
     if (job)
         job->setMaximum(unsigned(files.size() + projects.size()));
     for (const QString &file : qAsConst(files)) {

@@ -6,7 +6,6 @@
 #include <QtCore/QStringList>
 #include <QtGui/QIcon>
 
-class QFileSystemWatcher;
 class QProcess;
 
 namespace Zorn {
@@ -33,18 +32,7 @@ public:
     typedef unsigned int PathType;
     enum { ListDirectories = 1, ListFiles = 2 };
 
-    // A wanted node: kind 0 directory, 1 dummy (a file a scan found), 2 file of a project.
-    struct PathInfo
-    {
-        int kind = 0;
-        QString name;
-        int type = -1;
-        PathType mode = 0;
-        QStringList filters;
-        QList<PathInfo> children;
-    };
-
-    // A node of the tree.
+    // A node of the tree, as itemPath() and filePath() give it; the tree owns it.
     class ZORNX_EXPORT Path
     {
     public:
@@ -58,8 +46,6 @@ public:
         // A file's type; for other nodes 0 when isProject(), else -1.
         virtual int type() const = 0;
         virtual Archive *archive() const = 0;
-        virtual void merge(Path *node, const QList<PathInfo> &wanted) = 0;
-        virtual QFileSystemWatcher *watcher() const = 0;
     };
 
     // Holds one reference to archive; path is the directory, the root of the tree.

@@ -18,7 +18,17 @@ typedef void (*SaveFileAsFunction)(ProjectFile *file, FileEditor *editor, Interf
 ZORNX_EXPORT void setSaveFileAsFunction(SaveFileAsFunction function);
 
 typedef ParentProject::Path Path;
-typedef ParentProject::PathInfo PathInfo;
+
+// A wanted node: kind 0 directory, 1 dummy (a file a scan found), 2 file of a project.
+struct PathInfo
+{
+    int kind = 0;
+    QString name;
+    int type = -1;
+    ParentProject::PathType mode = 0;
+    QStringList filters;
+    QList<PathInfo> children;
+};
 
 // The node all others derive from: it owns its children.
 class BasePath : public Path
@@ -33,8 +43,9 @@ public:
     QString name() const override { return nodeName; }
     int type() const override { return isProject() ? 0 : -1; }
     Archive *archive() const override;
-    void merge(Path *node, const QList<PathInfo> &wanted) override;
-    QFileSystemWatcher *watcher() const override;
+    // Both climb to the root, which does the work.
+    virtual void merge(Path *node, const QList<PathInfo> &wanted);
+    virtual QFileSystemWatcher *watcher() const;
     virtual Kind kind() const = 0;
     // The child of that name, or null.
     BasePath *child(const QString &name) const;
