@@ -18,8 +18,13 @@ function(zornx_add_test)
         set(env "ALSOFT_DRIVERS=null" "QT_XCB_GL_INTEGRATION=none")
     endif()
     add_test(NAME ${T_NAME} COMMAND ${command})
+    # Sanitized debug builds run the random-edit comparisons several times slower.
+    set(timeout 300)
+    if(ZORNX_SANITIZE)
+        set(timeout 900)
+    endif()
     set_tests_properties(${T_NAME} PROPERTIES
         ENVIRONMENT "${env}"
         LABELS "${T_LABELS}"
-        TIMEOUT 300)
+        TIMEOUT ${timeout})
 endfunction()
