@@ -70,6 +70,21 @@ QString body(const QString &text)
     return (comment < 0 ? text : text.left(comment)).trimmed();
 }
 
+// A whole number, or a word of letters, digits and '_'.
+bool validIdentifier(const QString &text)
+{
+    bool numeric = false;
+    text.toInt(&numeric);
+    if (numeric)
+        return true;
+    if (text.isEmpty() || text.at(0).isDigit())
+        return false;
+    for (const QChar c : text)
+        if (!c.isLetterOrNumber() && c != QLatin1Char('_'))
+            return false;
+    return true;
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -167,37 +182,38 @@ bool FrameLine::parse(const QString &text, FrameLine &line, QString *message)
 // ---------------------------------------------------------------------------------------------
 // AnimationNode
 
-AnimationNode::AnimationNode(const QTextBlock &block, CodeNode *previous, int number,
-                             const QString &title)
-    : AnimationCode(block, previous), number(number), title(title)
+AnimationNode::AnimationNode(const QTextBlock &block, CodeNode *previous,
+                             const QString &identifier, const QString &title)
+    : AnimationCode(block, previous), identifier(identifier), title(title)
 {
 }
 
 QString AnimationNode::displayName() const
 {
-    return title.isEmpty() ? QString::number(number)
-                           : QStringLiteral("%1 %2").arg(number).arg(title);
+    return title.isEmpty() ? identifier : identifier + QLatin1Char(' ') + title;
 }
 
 void AnimationNode::setName(const QString &name)
 {
-    change(QStringLiteral("@%1 %2").arg(number).arg(name).trimmed());
+    change(QStringLiteral("@%1 %2").arg(identifier, name).trimmed());
 }
 
 QVariant AnimationNode::property(const QString &name) const
 {
-    if (name == QLatin1String("Identifier"))
-        return number;
+    if (name == QLatin1String("Identifier")) {
+        bool numeric = false;
+        const int number = identifier.toInt(&numeric);
+        return numeric ? QVariant(number) : QVariant(identifier);
+    }
     return AnimationCode::property(name);
 }
 
 void AnimationNode::setProperty(const QString &name, const QVariant &value)
 {
     if (name == QLatin1String("Identifier")) {
-        bool ok = false;
-        const int newNumber = value.toInt(&ok);
-        if (ok)
-            change(QStringLiteral("@%1 %2").arg(newNumber).arg(title).trimmed());
+        const QString text = value.toString();
+        if (validIdentifier(text))
+            change(QStringLiteral("@%1 %2").arg(text, title).trimmed());
         return;
     }
     AnimationCode::setProperty(name, value);
@@ -244,13 +260,13 @@ FrameCode *AnimationNode::addFrame(int delay)
     return insertFrame(frameCount(), delay);
 }
 
-void AnimationNode::update(int newNumber, const QString &newTitle)
+void AnimationNode::update(const QString &newIdentifier, const QString &newTitle)
 {
-    if (newNumber == number && newTitle == title)
+    if (newIdentifier == identifier && newTitle == title)
         return;
-    number = newNumber;
+    identifier = newIdentifier;
     title = newTitle;
-    valueChanged(number);
+    valueChanged(identifier);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -429,6 +445,22 @@ void FrameNode::addContactBox(ContactBoxCode::BoxType type, QRect rect)
         doc->insertAfter(lastBox(), BoxNode::text(type, rect.normalized()), true);
 }
 
+void FrameNode::remove(bool withChildren)
+{
+    Zorn::CodeDocument *doc = document();
+    CodeNode *last = lastBox();
+    if (!doc || !withChildren || last == this || !last->block().isValid()) {
+        FrameCode::remove(withChildren);
+        return;
+    }
+    QTextCursor cursor(doc);
+    cursor.setPosition(block().position());
+    const QTextBlock end = last->block();
+    cursor.setPosition(qMin(end.position() + end.length(), doc->characterCount() - 1),
+                       QTextCursor::KeepAnchor);
+    doc->insertOnCursor(QString(), cursor);
+}
+
 CodeNode *FrameNode::lastBox()
 {
     CodeNode *last = this;
@@ -563,18 +595,17 @@ CodeNode *AnimationParser::parse(const QString &text, QTextBlock *block, CodeNod
 
     if (content.startsWith(QLatin1Char('@'))) {
         const int space = content.indexOf(QLatin1Char(' '));
-        bool ok = false;
-        const int number = content.mid(1, space < 0 ? -1 : space - 1).toInt(&ok);
-        if (!ok)
-            return error(QStringLiteral("Animation number expected"));
+        const QString identifier = content.mid(1, space < 0 ? -1 : space - 1);
+        if (!validIdentifier(identifier))
+            return error(QStringLiteral("Animation identifier expected"));
         const QString title = space < 0 ? QString() : content.mid(space + 1).trimmed();
         if (syntax)
             syntax->setToken(Syntax::Section, start, end);
         if (oldNode && oldNode->type() == CodeNode::Animation) {
-            static_cast<AnimationNode *>(oldNode)->update(number, title);
+            static_cast<AnimationNode *>(oldNode)->update(identifier, title);
             return oldNode;
         }
-        return new AnimationNode(*block, insertAfter, number, title);
+        return new AnimationNode(*block, insertAfter, identifier, title);
     }
     if (content.compare(QLatin1String("loop"), Qt::CaseInsensitive) == 0) {
         if (syntax)

@@ -4,7 +4,7 @@
 // The sample engine's animation files (".anim"), one line per item:
 //
 //     ; a comment
-//     @200 walking                 an animation: '@', its number, an optional name
+//     @200 walking                 an animation: '@', its identifier, an optional name
 //     show 0,1 | 0,0 | 6 | - | normal
 //     hit 10,-60,30,20             an attack box of the frame above: x, y, width, height
 //     body -10,-80,20,80           a collision box of the frame above
@@ -46,7 +46,7 @@ struct FrameLine
 class AnimationNode : public Zorn::AnimationCode
 {
 public:
-    AnimationNode(const QTextBlock &block, Zorn::CodeNode *previous, int number,
+    AnimationNode(const QTextBlock &block, Zorn::CodeNode *previous, const QString &identifier,
                   const QString &title);
 
     QString name() const override { return title; }
@@ -59,9 +59,9 @@ public:
     Zorn::FrameCode *addFrame(int delay) override;
 
     // The parser keeps the node for a changed header.
-    void update(int newNumber, const QString &newTitle);
+    void update(const QString &newIdentifier, const QString &newTitle);
 
-    int number;
+    QString identifier; // a number, or a word of letters, digits and '_'
     QString title;
 };
 
@@ -126,6 +126,9 @@ public:
     QVariant property(const QString &name) const override;
     void setProperty(const QString &name, const QVariant &value) override;
 
+    // With children: the frame's box lines go too.
+    void remove(bool withChildren) override;
+
     void update(const FrameLine &line);
     const FrameLine &line() const { return values; }
 
@@ -177,7 +180,7 @@ class AnimationDocument : public Sample::CodeDocument
 {
     Q_OBJECT
 public:
-    AnimationDocument() : Sample::CodeDocument(&animationParser) {}
+    AnimationDocument() { setParser(&animationParser); }
     AnimationParser animationParser;
 };
 
