@@ -1,7 +1,7 @@
 // The smallest program that uses the library as a host does. It installs its Interface, loads
 // the extensions, opens a game directory as a parent project with the sample engine module,
-// lists the project tree, the projects and their animations with their frames, edits a file, saves through the crash-safe path
-// and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
+// lists the project tree, the projects and their animations with their frames, edits a file,
+// saves through the crash-safe path and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
 // prints its tree and messages, and loads, edits and saves in the background a file in a
 // legacy encoding; last it makes a sound, resamples it and saves and loads it in every format
 // that can be written.
