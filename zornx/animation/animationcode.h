@@ -6,6 +6,14 @@
 // every change below is a change of the text that the document reparses. Node pointers do not
 // survive an edit; take animations and frames anew by index after one.
 
+// X11's headers define None as a macro; it would break the enumerators below and those of the
+// code tree.
+#ifdef None
+#pragma push_macro("None")
+#undef None
+#define ZORNX_ANIMATION_RESTORE_NONE
+#endif
+
 #include <zornx/code/codenode.h>
 #include <zornx/code/codenodefile.h>
 #include <zornx/project/organizable.h>
@@ -14,13 +22,6 @@
 #include <QtCore/QPoint>
 #include <QtCore/QPointF>
 #include <QtCore/QRect>
-
-// X11's headers define None as a macro; it would break the enumerators below.
-#ifdef None
-#pragma push_macro("None")
-#undef None
-#define ZORNX_ANIMATION_RESTORE_NONE
-#endif
 
 namespace Zorn {
 
