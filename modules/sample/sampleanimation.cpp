@@ -241,17 +241,12 @@ FrameCode *AnimationNode::insertFrame(unsigned int index, int delay)
     FrameLine line;
     line.delay = delay;
     index = qMin(index, frameCount());
-    if (index < frameCount()) {
-        doc->insertBefore(frameAt(index), line.text(), true);
-    } else {
-        // Behind the last line that belongs to this animation.
-        CodeNode *last = this;
-        for (CodeNode *node = next(); node && node->type() != Group && node->type() != Animation;
-             node = node->next())
-            last = node;
-        doc->insertAfter(last, line.text(), true);
-    }
-    // This node may have been replaced by the parse: find the animation again by its line.
+    // In front of the frame's box lines, or behind the last frame line.
+    if (index < frameCount())
+        doc->insertBefore(frameAt(index), line.text(), false);
+    else
+        doc->insertAfter(frameCount() ? static_cast<CodeNode *>(frameAt(frameCount() - 1)) : this,
+                         line.text(), true);
     return frameAt(index);
 }
 
@@ -277,25 +272,27 @@ FrameCode *BoxList::parent() const
     return frame;
 }
 
+// The box lines right above the frame line, in text order.
+static QList<ContactBoxCode *> boxesOf(const FrameNode *frame, ContactBoxCode::BoxType type)
+{
+    QList<ContactBoxCode *> boxes;
+    for (CodeNode *node = frame->previous(); node && node->type() == CodeNode::HitBox;
+         node = node->previous()) {
+        auto *box = static_cast<ContactBoxCode *>(node);
+        if (box->boxType() == type)
+            boxes.prepend(box);
+    }
+    return boxes;
+}
+
 unsigned int BoxList::count() const
 {
-    unsigned int found = 0;
-    for (const CodeNode *node = frame->next(); node && node->type() == CodeNode::HitBox;
-         node = node->next())
-        if (static_cast<const ContactBoxCode *>(node)->boxType() == boxType())
-            ++found;
-    return found;
+    return unsigned(boxesOf(frame, boxType()).size());
 }
 
 ContactBoxCode *BoxList::at(unsigned int index) const
 {
-    for (CodeNode *node = frame->next(); node && node->type() == CodeNode::HitBox;
-         node = node->next()) {
-        auto *box = static_cast<ContactBoxCode *>(node);
-        if (box->boxType() == boxType() && index-- == 0)
-            return box;
-    }
-    return nullptr;
+    return boxesOf(frame, boxType()).value(int(index));
 }
 
 ContactBoxCode *BoxList::add(const QRect &rect)
@@ -436,37 +433,13 @@ void FrameNode::pasteContactBoxes(const QString &text)
             lines.append(content);
     }
     if (Zorn::CodeDocument *doc = document(); doc && !lines.isEmpty())
-        doc->insertAfter(lastBox(), lines.join(QLatin1Char('\n')), true);
+        doc->insertBefore(this, lines.join(QLatin1Char('\n')), true);
 }
 
 void FrameNode::addContactBox(ContactBoxCode::BoxType type, QRect rect)
 {
     if (Zorn::CodeDocument *doc = document())
-        doc->insertAfter(lastBox(), BoxNode::text(type, rect.normalized()), true);
-}
-
-void FrameNode::remove(bool withChildren)
-{
-    Zorn::CodeDocument *doc = document();
-    CodeNode *last = lastBox();
-    if (!doc || !withChildren || last == this || !last->block().isValid()) {
-        FrameCode::remove(withChildren);
-        return;
-    }
-    QTextCursor cursor(doc);
-    cursor.setPosition(block().position());
-    const QTextBlock end = last->block();
-    cursor.setPosition(qMin(end.position() + end.length(), doc->characterCount() - 1),
-                       QTextCursor::KeepAnchor);
-    doc->insertOnCursor(QString(), cursor);
-}
-
-CodeNode *FrameNode::lastBox()
-{
-    CodeNode *last = this;
-    while (last->next() && last->next()->type() == HitBox)
-        last = last->next();
-    return last;
+        doc->insertBefore(this, BoxNode::text(type, rect.normalized()), true);
 }
 
 QVariant FrameNode::property(const QString &name) const
@@ -673,44 +646,48 @@ unsigned int AnimationFile::optimize()
         return 0;
     const QStringList lines = doc->toPlainText().split(QLatin1Char('\n'));
     QStringList out;
-    // The frame that a following equal frame may join, as an index into out, and its boxes.
+    // The last frame written, if a following equal one may still join it: its line in out,
+    // its values and its boxes; and the box lines read since.
     int open = -1;
     FrameLine openLine;
     QStringList openBoxes;
-    for (int i = 0; i < lines.size(); ++i) {
-        const QString content = body(lines.at(i));
+    QStringList boxes;
+    int boxesFrom = 0; // where in out the box lines read since begin
+    for (const QString &text : lines) {
+        const QString content = body(text);
+        const bool plain = content == text.trimmed(); // no comment
+        if (plain && (content.startsWith(QLatin1String("hit "))
+                      || content.startsWith(QLatin1String("body ")))) {
+            if (boxes.isEmpty())
+                boxesFrom = out.size();
+            boxes.append(content);
+            out.append(text);
+            continue;
+        }
         FrameLine line;
-        if (content.startsWith(QLatin1String("show "))
+        if (plain && content.startsWith(QLatin1String("show "))
             && FrameLine::parse(content.mid(5), line)) {
-            QStringList boxes;
-            int j = i + 1;
-            for (; j < lines.size(); ++j) {
-                const QString box = body(lines.at(j));
-                if (!box.startsWith(QLatin1String("hit ")) && !box.startsWith(QLatin1String("body ")))
-                    break;
-                boxes.append(box);
-            }
             FrameLine joined = openLine;
             joined.delay = line.delay;
             if (open >= 0 && joined == line && boxes == openBoxes && line.delay >= 0
-                && openLine.delay >= 0 && content == lines.at(i).trimmed()) {
+                && openLine.delay >= 0) {
                 openLine.delay += line.delay;
                 out[open] = openLine.text();
-                i = j - 1;
-                continue;
+                out.erase(out.begin() + (boxes.isEmpty() ? out.size() : boxesFrom), out.end());
+            } else {
+                out.append(text);
+                open = out.size() - 1;
+                openLine = line;
+                openBoxes = boxes;
             }
-            open = content == lines.at(i).trimmed() ? out.size() : -1;
-            openLine = line;
-            openBoxes = boxes;
-            out.append(lines.at(i));
-            for (int k = i + 1; k < j; ++k)
-                out.append(lines.at(k));
-            i = j - 1;
+            boxes.clear();
             continue;
         }
-        if (!content.isEmpty())
+        // Anything but a blank line between two frames keeps them apart.
+        if (!text.trimmed().isEmpty())
             open = -1;
-        out.append(lines.at(i));
+        boxes.clear();
+        out.append(text);
     }
     const unsigned int removed = unsigned(lines.size() - out.size());
     if (removed == 0)

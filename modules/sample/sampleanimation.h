@@ -5,11 +5,14 @@
 //
 //     ; a comment
 //     @200 walking                 an animation: '@', its identifier, an optional name
+//     hit 10,-60,30,20             an attack box of the frame below: x, y, width, height
+//     body -10,-80,20,80           a collision box of the frame below
 //     show 0,1 | 0,0 | 6 | - | normal
-//     hit 10,-60,30,20             an attack box of the frame above: x, y, width, height
-//     body -10,-80,20,80           a collision box of the frame above
 //     loop                         the next frame is where the animation continues
 //     show 0,2 | 3,-1 | -1 | hv | add 1 0.5 | 1.5,1.5 | 30
+//
+// Box lines stand above their frame, so that the frame's lines (from the line behind the
+// frame before it) hold its boxes.
 //
 // A frame: sprite "group,number" | offset x,y | delay (-1 endless) | flip (- h v hv) | blend
 // (normal, add, sub, overlay, hardlight, dodge, alpha; then source and destination, 1 1 when
@@ -126,17 +129,11 @@ public:
     QVariant property(const QString &name) const override;
     void setProperty(const QString &name, const QVariant &value) override;
 
-    // With children: the frame's box lines go too.
-    void remove(bool withChildren) override;
-
     void update(const FrameLine &line);
     const FrameLine &line() const { return values; }
 
 private:
-    friend class BoxList;
     void write(const FrameLine &line);
-    // The last node of this frame's box lines, or the frame itself.
-    Zorn::CodeNode *lastBox();
 
     FrameLine values;
     BoxList attackList;
@@ -191,8 +188,8 @@ class AnimationFile : public Zorn::Animations
 public:
     explicit AnimationFile(Zorn::CodeDocument *document);
 
-    // Merges equal consecutive frames (same values and boxes, no loop start between, finite
-    // delays) into one with the sum of their delays.
+    // Merges equal consecutive frames (same values and boxes, nothing else between, finite
+    // delays, no comments) into the first, with the sum of their delays.
     unsigned int optimize() override;
     QString codeTemplate() const override;
 

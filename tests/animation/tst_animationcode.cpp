@@ -6,6 +6,8 @@
 #include <QtTest/QSignalSpy>
 #include <QtTest/QtTest>
 
+#include <zornx/core/messages.h>
+
 // X11's None macro, defined after Qt as a host's platform code does, must not break the
 // animation header (the module below uses None as a plain name and comes without it).
 #if __has_include(<X11/X.h>)
@@ -15,7 +17,10 @@ static_assert(None == 0L, "the header gives the macro back");
 #undef None
 #endif
 
+#include "fixtures.h"
+#include "memoryarchive.h"
 #include "sampleanimation.h"
+#include "spritefile.h"
 
 using namespace Zorn;
 using Sample::AnimationDocument;
@@ -49,6 +54,12 @@ QString describe(const Animations *file)
         for (const FrameCode *frame : animation->frames()) {
             if (frame->parent() != animation || animation->frameAt(unsigned(frame->index())) != frame)
                 return QStringLiteral("frame %1 is not where its parent says").arg(frame->index());
+            // A frame's lines start behind the frame (or header) before it and hold its boxes.
+            const CodeNode *before = frame->index() ? animation->frameAt(unsigned(frame->index() - 1))
+                                                    : static_cast<const CodeNode *>(animation);
+            if (frame->firstLine() != before->block().blockNumber() + 1
+                || frame->block().blockNumber() > animation->lastLine())
+                return QStringLiteral("frame %1 is outside its lines").arg(frame->index());
             QString item = QStringLiteral("%1/%2").arg(frame->property("Identifier").toString())
                                .arg(frame->delay());
             for (const auto type : {ContactBoxCode::Attack, ContactBoxCode::Collision}) {
@@ -82,8 +93,8 @@ void setLine(QTextDocument &doc, int line, const QString &text)
 }
 
 const char *const twoAnimations = "@10 stand\n"
-                                  "show 0,0 | 0,0 | 4 | - | normal\n"
                                   "hit 1,2,3,4\n"
+                                  "show 0,0 | 0,0 | 4 | - | normal\n"
                                   "show 0,1 | 0,0 | 5 | - | normal\n"
                                   "\n"
                                   "@20 walk\n"
@@ -126,7 +137,7 @@ private slots:
         QTest::newRow("frames before any header have no animation")
             << "show 0,0 | 0,0 | 1 | - | normal\n@3\nshow 0,2 | 0,0 | 2 | v | normal" << "3[0,2/2@0]";
         QTest::newRow("loop point")
-            << "@1\nshow 0,0|0,0|1|-|normal\nbody -1,-2,3,4\nloop\nshow 0,1|0,0|1|-|sub 0.5 1"
+            << "@1\nbody -1,-2,3,4\nshow 0,0|0,0|1|-|normal\nloop\nshow 0,1|0,0|1|-|sub 0.5 1"
             << "1[0,0/1--1,-2,3,4 0,1/1@1]";
         QTest::newRow("optional scale and angle")
             << "@1\nshow 0,0 | 0,0 | 1 | hv | alpha 0.25 0.75 | 2,0.5 | 90" << "1[0,0/1@0]";
@@ -143,6 +154,92 @@ private slots:
         Fixture f(text);
         QAbstractItemModelTester tester(f.file, QAbstractItemModelTester::FailureReportingMode::QtTest);
         QCOMPARE(describe(f.file), tree);
+    }
+
+    void frameLines_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("least") << "0,0 | 0,0 | 1 | - | normal" << true;
+        QTest::newRow("all") << "-3,12 | -5,6 | -1 | hv | dodge 0.5 2 | 0.25,4 | -33.5" << true;
+        QTest::newRow("scale without angle") << "1,2 | 0,0 | 0 | v | overlay | 2,2" << true;
+        QTest::newRow("spacing and case") << " 1 , 2|0 ,0| 7 |H|  HardLight  " << true;
+        QTest::newRow("four fields") << "0,0 | 0,0 | 1 | -" << false;
+        QTest::newRow("eight fields") << "0,0 | 0,0 | 1 | - | normal | 1,1 | 0 | 0" << false;
+        QTest::newRow("sprite of one number") << "5 | 0,0 | 1 | - | normal" << false;
+        QTest::newRow("offset of reals") << "0,0 | 0.5,0 | 1 | - | normal" << false;
+        QTest::newRow("delay empty") << "0,0 | 0,0 |  | - | normal" << false;
+        QTest::newRow("flip unknown") << "0,0 | 0,0 | 1 | x | normal" << false;
+        QTest::newRow("blend with one factor") << "0,0 | 0,0 | 1 | - | add 1" << false;
+        QTest::newRow("blend factor no number") << "0,0 | 0,0 | 1 | - | add 1 y" << false;
+        QTest::newRow("scale of one") << "0,0 | 0,0 | 1 | - | normal | 2" << false;
+        QTest::newRow("angle no number") << "0,0 | 0,0 | 1 | - | normal | 1,1 | up" << false;
+        QTest::newRow("nothing") << "" << false;
+    }
+
+    // A valid line survives writing and reading; an invalid one makes no frame.
+    void frameLines()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, valid);
+        Sample::FrameLine line;
+        QCOMPARE(Sample::FrameLine::parse(text, line), valid);
+        if (valid) {
+            Sample::FrameLine back;
+            QVERIFY(Sample::FrameLine::parse(line.text().mid(5), back));
+            QVERIFY(back == line);
+        }
+        Fixture f("@1\nshow " + text + "\n");
+        QCOMPARE(f.file->at(0)->frameCount(), valid ? 1u : 0u);
+        QCOMPARE(f.doc->messages()->count(Message::All), valid ? 0u : 1u);
+    }
+
+    void properties()
+    {
+        Fixture f("@7 jab\nshow 0,1 | 0,0 | 2 | - | normal\nloop\nshow 0,2 | 0,0 | 3 | - | normal\n");
+        AnimationCode *animation = f.file->at(0);
+        QCOMPARE(animation->propertyNames(), QStringList({"DisplayName", "Name", "Identifier"}));
+        QCOMPARE(animation->property("DisplayName").toString(), QString("7 jab"));
+        QCOMPARE(animation->property("Identifier"), QVariant(7));
+        FrameCode *second = animation->frameAt(1);
+        QCOMPARE(second->property("LoopPoint").toBool(), true);
+        QCOMPARE(animation->frameAt(0)->property("LoopPoint").toBool(), false);
+        second->setProperty("Identifier", "1, 0");
+        second->setProperty("Offset", QPoint(4, -4));
+        second->setProperty("Scale", QPointF(2, 1));
+        second->setProperty("Angle", 10.5);
+        second->setProperty("Flip", 2);
+        second->setProperty("Delay", 6);
+        second->setProperty("Identifier", "nonsense"); // refused: the line stays
+        QCOMPARE(f.doc->findBlockByNumber(3).text(),
+                 QString("show 1,0 | 4,-4 | 6 | v | normal | 2,1 | 10.5"));
+        animation->setProperty("Identifier", "jab_light");
+        animation->setProperty("Identifier", "no spaces"); // refused
+        animation->setProperty("Name", "quick jab");
+        QCOMPARE(f.doc->firstBlock().text(), QString("@jab_light quick jab"));
+        QCOMPARE(f.file->index(0).data().toString(), QString("jab_light quick jab"));
+        // Bounds: nothing behind the end.
+        QVERIFY(!f.file->at(1));
+        QVERIFY(!f.file->at(0)->frameAt(2));
+        QCOMPARE(f.file->indexOf(nullptr), -1);
+        f.file->at(0)->removeFrame(2);
+        QCOMPARE(f.file->at(0)->frameCount(), 2u);
+    }
+
+    void spritesOfFrames()
+    {
+        ZornTest::MemoryArchive archive;
+        archive.files["lantern.zspr"] = ZornTest::readFile(ZornTest::testData("sprites/lantern.zspr"));
+        auto *sprites = new Sample::SpriteFile;
+        QVERIFY(sprites->fromFile(archive, "lantern.zspr", 0, nullptr));
+        Fixture f("@1\nshow 1,0 | 0,0 | 1 | - | normal\nshow 7,7 | 0,0 | 1 | - | normal\n");
+        QVERIFY(!f.file->at(0)->frameAt(0)->sprite()); // no sprite source yet
+        f.file->sprites = sprites;
+        QCOMPARE(f.file->at(0)->frameAt(0)->sprite(), sprites->at(unsigned(sprites->find(0, "1,0"))));
+        QVERIFY(!f.file->at(0)->frameAt(1)->sprite());
+        f.file->at(0)->frameAt(1)->setSprite(sprites->at(0));
+        QCOMPARE(f.file->at(0)->frameAt(1)->sprite(), sprites->at(0));
+        sprites->release();
     }
 
     void frameValuesRoundTrip()
@@ -186,9 +283,11 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::newRow("second header removed: frames go to the first") << 5 << "";
         QTest::newRow("first header removed: frames left alone") << 0 << "";
-        QTest::newRow("header between frames takes the later ones") << 2 << "@15 middle\nhit 1,2,3,4";
+        QTest::newRow("header between frames takes the later ones")
+            << 3 << "@15 middle\nshow 0,1 | 0,0 | 5 | - | normal";
         QTest::newRow("frame becomes a box") << 3 << "body 0,0,1,1";
-        QTest::newRow("box becomes a frame") << 2 << "show 9,9 | 0,0 | 1 | - | normal";
+        QTest::newRow("box becomes a frame") << 1 << "show 9,9 | 0,0 | 1 | - | normal";
+        QTest::newRow("frame becomes a header: its boxes stay behind") << 2 << "@12";
         QTest::newRow("header renumbered") << 5 << "@21 walk";
         QTest::newRow("loop marker moves") << 6 << "";
     }
@@ -295,7 +394,7 @@ private slots:
 
     void frameInsertion()
     {
-        Fixture f("@1\nshow 0,0 | 0,0 | 1 | - | normal\nhit 0,0,1,1\n@2\n");
+        Fixture f("@1\nhit 0,0,1,1\nshow 0,0 | 0,0 | 1 | - | normal\n@2\n");
         QCOMPARE(f.file->at(0)->addFrame(5)->delay(), 5);
         QCOMPARE(f.file->at(0)->insertFrame(0, 6)->delay(), 6);
         QCOMPARE(f.file->at(1)->addFrame(-1)->delay(), -1);
@@ -361,13 +460,32 @@ private slots:
         QCOMPARE(f.file->find(2, b.mid(1)), -1);
     }
 
-    void optimizeMergesEqualFrames()
+    void optimize_data()
     {
-        Fixture f("@1\nshow 0,0 | 0,0 | 2 | - | normal\nshow 0,0 | 0,0 | 3 | - | normal\n"
-                  "show 0,0 | 0,0 | 1 | - | normal\nhit 0,0,1,1\nshow 0,0 | 0,0 | 4 | - | normal\n"
-                  "loop\nshow 0,0 | 0,0 | 4 | - | normal\nshow 0,0 | 0,0 | -1 | - | normal\n");
-        QCOMPARE(f.file->optimize(), 1u);
-        QCOMPARE(describe(f.file), QString("1[0,0/5 0,0/1+0,0,1,1 0,0/4 0,0/4 0,0/-1@3]"));
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<uint>("removed");
+        QTest::addColumn<QString>("tree");
+        const QString f = "show 0,0 | 0,0 | %1 | - | normal\n";
+        QTest::newRow("runs, boxes, loop and endless delays")
+            << "@1\n" + f.arg(2) + f.arg(3) + "hit 0,0,1,1\n" + f.arg(1) + f.arg(4) + "loop\n"
+                   + f.arg(4) + f.arg(4) + f.arg(-1)
+            << 2u << "1[0,0/5 0,0/1+0,0,1,1 0,0/4 0,0/8 0,0/-1@3]";
+        QTest::newRow("equal boxes merge with their frames")
+            << "@1\nhit 0,0,1,1\n" + f.arg(1) + "hit 0,0,1,1\n" + f.arg(4) << 2u
+            << "1[0,0/5+0,0,1,1@0]";
+        QTest::newRow("a comment or a header keeps frames apart")
+            << "@1\n" + f.arg(1) + "; note\n" + f.arg(1) + "@2\n" + f.arg(1) << 0u
+            << "1[0,0/1 0,0/1@0] 2[0,0/1@0]";
+    }
+
+    void optimize()
+    {
+        QFETCH(QString, text);
+        QFETCH(uint, removed);
+        QFETCH(QString, tree);
+        Fixture f(text);
+        QCOMPARE(f.file->optimize(), removed);
+        QCOMPARE(describe(f.file), tree);
         QCOMPARE(f.file->optimize(), 0u);
     }
 };
