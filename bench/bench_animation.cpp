@@ -11,7 +11,8 @@
 
 using namespace Zorn;
 
-namespace {
+namespace
+{
 
 QString animationText(int animations, int frames)
 {
@@ -19,7 +20,11 @@ QString animationText(int animations, int frames)
     for (int a = 0; a < animations; ++a) {
         text += QStringLiteral("@%1 move\n").arg(a);
         for (int f = 0; f < frames; ++f) {
-            text += QStringLiteral("show %1,%2 | %3,0 | %4 | - | normal\n").arg(a).arg(f).arg(f).arg(f + 2);
+            text += QStringLiteral("show %1,%2 | %3,0 | %4 | - | normal\n")
+                        .arg(a)
+                        .arg(f)
+                        .arg(f)
+                        .arg(f + 2);
             if (f == 0)
                 text += QStringLiteral("hit 0,-40,20,10\nbody -10,-80,20,80\n");
         }

@@ -6,14 +6,15 @@
 
 using namespace Zorn;
 
-namespace Sample {
+namespace Sample
+{
 
-namespace {
+namespace
+{
 
 using Blend = FrameCode::Blend;
 
-const char *const blendNames[] = {"normal", "add", "sub", "overlay", "hardlight", "dodge",
-                                  "alpha"};
+const char *const blendNames[] = {"normal", "add", "sub", "overlay", "hardlight", "dodge", "alpha"};
 const char *const flipNames[] = {"-", "h", "v", "hv"};
 
 QString number(double value)
@@ -63,7 +64,7 @@ bool parseRect(const QString &text, QRect &rect)
     return true;
 }
 
-// The text before the comment, trimmed, and the first word of it.
+// The text before the comment, trimmed.
 QString body(const QString &text)
 {
     const int comment = text.indexOf(QLatin1Char(';'));
@@ -92,21 +93,19 @@ bool validIdentifier(const QString &text)
 
 bool FrameLine::operator==(const FrameLine &other) const
 {
-    return sprite == other.sprite && offset == other.offset && delay == other.delay
-           && flip == other.flip && blend == other.blend && scale == other.scale
-           && angle == other.angle;
+    return sprite == other.sprite && offset == other.offset && delay == other.delay &&
+           flip == other.flip && blend == other.blend && scale == other.scale &&
+           angle == other.angle;
 }
 
 QString FrameLine::text() const
 {
     QString blendText = QString::fromLatin1(blendNames[blend.mode]);
     if (blend.source != 1.0 || blend.destination != 1.0)
-        blendText += QLatin1Char(' ') + number(blend.source) + QLatin1Char(' ')
-                     + number(blend.destination);
-    QStringList fields{sprite,
-                       QStringLiteral("%1,%2").arg(offset.x()).arg(offset.y()),
-                       QString::number(delay), QString::fromLatin1(flipNames[flip & 3]),
-                       blendText};
+        blendText +=
+            QLatin1Char(' ') + number(blend.source) + QLatin1Char(' ') + number(blend.destination);
+    QStringList fields{sprite, QStringLiteral("%1,%2").arg(offset.x()).arg(offset.y()),
+                       QString::number(delay), QString::fromLatin1(flipNames[flip & 3]), blendText};
     if (scale != QPointF(1.0, 1.0) || angle != 0.0)
         fields.append(number(scale.x()) + QLatin1Char(',') + number(scale.y()));
     if (angle != 0.0)
@@ -182,8 +181,8 @@ bool FrameLine::parse(const QString &text, FrameLine &line, QString *message)
 // ---------------------------------------------------------------------------------------------
 // AnimationNode
 
-AnimationNode::AnimationNode(const QTextBlock &block, CodeNode *previous,
-                             const QString &identifier, const QString &title)
+AnimationNode::AnimationNode(const QTextBlock &block, CodeNode *previous, const QString &identifier,
+                             const QString &title)
     : AnimationCode(block, previous), identifier(identifier), title(title)
 {
 }
@@ -205,7 +204,7 @@ QVariant AnimationNode::property(const QString &name) const
         const int number = identifier.toInt(&numeric);
         return numeric ? QVariant(number) : QVariant(identifier);
     }
-    return AnimationCode::property(name);
+    return NamedCode::property(name);
 }
 
 void AnimationNode::setProperty(const QString &name, const QVariant &value)
@@ -216,7 +215,7 @@ void AnimationNode::setProperty(const QString &name, const QVariant &value)
             change(QStringLiteral("@%1 %2").arg(text, title).trimmed());
         return;
     }
-    AnimationCode::setProperty(name, value);
+    NamedCode::setProperty(name, value);
 }
 
 unsigned int AnimationNode::loopPoint() const
@@ -323,10 +322,8 @@ void BoxList::clear()
 // FrameNode
 
 FrameNode::FrameNode(const QTextBlock &block, CodeNode *previous, const FrameLine &values)
-    : FrameCode(block, previous, &attackList, &collisionList),
-      values(values),
-      attackList(this, ContactBoxCode::Attack),
-      collisionList(this, ContactBoxCode::Collision)
+    : FrameCode(block, previous, &attackList, &collisionList), values(values),
+      attackList(this, ContactBoxCode::Attack), collisionList(this, ContactBoxCode::Collision)
 {
 }
 
@@ -344,7 +341,8 @@ void FrameNode::setSprite(Sprite *sprite)
     if (!sprite)
         return;
     FrameLine line = values;
-    line.sprite = sprite->property(QStringLiteral("Identifier")).toString().remove(QLatin1Char(' '));
+    line.sprite =
+        sprite->property(QStringLiteral("Identifier")).toString().remove(QLatin1Char(' '));
     write(line);
 }
 
@@ -428,8 +426,8 @@ void FrameNode::pasteContactBoxes(const QString &text)
         const QString content = body(line);
         const bool attack = content.startsWith(QLatin1String("hit "));
         QRect rect;
-        if ((attack || content.startsWith(QLatin1String("body ")))
-            && parseRect(content.mid(attack ? 4 : 5), rect))
+        if ((attack || content.startsWith(QLatin1String("body "))) &&
+            parseRect(content.mid(attack ? 4 : 5), rect))
             lines.append(content);
     }
     if (Zorn::CodeDocument *doc = document(); doc && !lines.isEmpty())
@@ -609,8 +607,8 @@ CodeNode *AnimationParser::parse(const QString &text, QTextBlock *block, CodeNod
             return error(QStringLiteral("Box \"x,y,width,height\" expected"));
         if (syntax)
             syntax->setToken(Syntax::Keyword, start, start + space);
-        const auto type = word == QLatin1String("hit") ? ContactBoxCode::Attack
-                                                       : ContactBoxCode::Collision;
+        const auto type =
+            word == QLatin1String("hit") ? ContactBoxCode::Attack : ContactBoxCode::Collision;
         if (oldNode && oldNode->type() == CodeNode::HitBox) {
             static_cast<BoxNode *>(oldNode)->update(type, rect);
             return oldNode;
@@ -656,8 +654,8 @@ unsigned int AnimationFile::optimize()
     for (const QString &text : lines) {
         const QString content = body(text);
         const bool plain = content == text.trimmed(); // no comment
-        if (plain && (content.startsWith(QLatin1String("hit "))
-                      || content.startsWith(QLatin1String("body ")))) {
+        if (plain && (content.startsWith(QLatin1String("hit ")) ||
+                      content.startsWith(QLatin1String("body ")))) {
             if (boxes.isEmpty())
                 boxesFrom = out.size();
             boxes.append(content);
@@ -665,12 +663,12 @@ unsigned int AnimationFile::optimize()
             continue;
         }
         FrameLine line;
-        if (plain && content.startsWith(QLatin1String("show "))
-            && FrameLine::parse(content.mid(5), line)) {
+        if (plain && content.startsWith(QLatin1String("show ")) &&
+            FrameLine::parse(content.mid(5), line)) {
             FrameLine joined = openLine;
             joined.delay = line.delay;
-            if (open >= 0 && joined == line && boxes == openBoxes && line.delay >= 0
-                && openLine.delay >= 0) {
+            if (open >= 0 && joined == line && boxes == openBoxes && line.delay >= 0 &&
+                openLine.delay >= 0) {
                 openLine.delay += line.delay;
                 out[open] = openLine.text();
                 out.erase(out.begin() + (boxes.isEmpty() ? out.size() : boxesFrom), out.end());

@@ -22,15 +22,16 @@
 
 #include <zornx/animation/animationcode.h>
 
-namespace Zorn {
+namespace Zorn
+{
 class Sprites;
 }
 
-namespace Sample {
+namespace Sample
+{
 
 // The values of one frame line, as the parser reads them and the writer writes them.
-struct FrameLine
-{
+struct FrameLine {
     QString sprite = QStringLiteral("0,0");
     QPoint offset;
     int delay = 1;
@@ -158,10 +159,7 @@ public:
 class LoopNode : public Zorn::CodeNode
 {
 public:
-    LoopNode(const QTextBlock &block, Zorn::CodeNode *previous)
-        : CodeNode(None, block, previous)
-    {
-    }
+    LoopNode(const QTextBlock &block, Zorn::CodeNode *previous) : CodeNode(None, block, previous) {}
 };
 
 class AnimationParser : public Zorn::CodeParser

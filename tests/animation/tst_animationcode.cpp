@@ -26,11 +26,11 @@ using namespace Zorn;
 using Sample::AnimationDocument;
 using Sample::AnimationFile;
 
-namespace {
+namespace
+{
 
 // A document with its animation file; both go when the fixture does.
-struct Fixture
-{
+struct Fixture {
     explicit Fixture(const QString &text = QString())
     {
         doc->setPlainText(text);
@@ -52,15 +52,18 @@ QString describe(const Animations *file)
     for (const AnimationCode *animation : file->animations()) {
         QStringList frames;
         for (const FrameCode *frame : animation->frames()) {
-            if (frame->parent() != animation || animation->frameAt(unsigned(frame->index())) != frame)
+            if (frame->parent() != animation ||
+                animation->frameAt(unsigned(frame->index())) != frame)
                 return QStringLiteral("frame %1 is not where its parent says").arg(frame->index());
             // A frame's lines start behind the frame (or header) before it and hold its boxes.
-            const CodeNode *before = frame->index() ? animation->frameAt(unsigned(frame->index() - 1))
-                                                    : static_cast<const CodeNode *>(animation);
-            if (frame->firstLine() != before->block().blockNumber() + 1
-                || frame->block().blockNumber() > animation->lastLine())
+            const CodeNode *before = frame->index()
+                                         ? animation->frameAt(unsigned(frame->index() - 1))
+                                         : static_cast<const CodeNode *>(animation);
+            if (frame->firstLine() != before->block().blockNumber() + 1 ||
+                frame->block().blockNumber() > animation->lastLine())
                 return QStringLiteral("frame %1 is outside its lines").arg(frame->index());
-            QString item = QStringLiteral("%1/%2").arg(frame->property("Identifier").toString())
+            QString item = QStringLiteral("%1/%2")
+                               .arg(frame->property("Identifier").toString())
                                .arg(frame->delay());
             for (const auto type : {ContactBoxCode::Attack, ContactBoxCode::Collision}) {
                 const ContactBoxesCode *boxes = frame->contactBoxes(type);
@@ -68,12 +71,16 @@ QString describe(const Animations *file)
                     const QRect r = boxes->at(i)->rect();
                     item += QStringLiteral("%1%2,%3,%4,%5")
                                 .arg(type == ContactBoxCode::Attack ? '+' : '-')
-                                .arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
+                                .arg(r.x())
+                                .arg(r.y())
+                                .arg(r.width())
+                                .arg(r.height());
                 }
             }
             frames.append(item);
         }
-        out.append(QStringLiteral("%1[%2@%3]").arg(animation->displayName(), frames.join(' '))
+        out.append(QStringLiteral("%1[%2@%3]")
+                       .arg(animation->displayName(), frames.join(' '))
                        .arg(animation->loopPoint()));
     }
     return out.join(QStringLiteral(" "));
@@ -111,15 +118,36 @@ void apiEdit(AnimationFile *file, QRandomGenerator &random)
     AnimationCode *animation = file->at(pick(count));
     FrameCode *frame = animation ? animation->frameAt(pick(animation->frameCount())) : nullptr;
     switch (random.bounded(9)) {
-    case 0: file->add(QString::number(pick(50))); break;
-    case 1: file->insert(pick(count + 1), QString::number(pick(50))); break;
-    case 2: file->duplicate(pick(count), random.bounded(2) ? QString::number(pick(50)) : QString()); break;
-    case 3: file->move(pick(count), pick(count)); break;
-    case 4: file->remove(pick(count)); break;
-    case 5: if (animation) animation->insertFrame(pick(animation->frameCount() + 1), int(pick(9)) - 1); break;
-    case 6: if (animation) animation->removeFrame(pick(animation->frameCount())); break;
-    case 7: if (frame) frame->setDelay(int(pick(20))); break;
-    default: if (frame) frame->addContactBox(ContactBoxCode::BoxType(1 + pick(2)), QRect(0, 0, 2, 3));
+    case 0:
+        file->add(QString::number(pick(50)));
+        break;
+    case 1:
+        file->insert(pick(count + 1), QString::number(pick(50)));
+        break;
+    case 2:
+        file->duplicate(pick(count), random.bounded(2) ? QString::number(pick(50)) : QString());
+        break;
+    case 3:
+        file->move(pick(count), pick(count));
+        break;
+    case 4:
+        file->remove(pick(count));
+        break;
+    case 5:
+        if (animation)
+            animation->insertFrame(pick(animation->frameCount() + 1), int(pick(9)) - 1);
+        break;
+    case 6:
+        if (animation)
+            animation->removeFrame(pick(animation->frameCount()));
+        break;
+    case 7:
+        if (frame)
+            frame->setDelay(int(pick(20)));
+        break;
+    default:
+        if (frame)
+            frame->addContactBox(ContactBoxCode::BoxType(1 + pick(2)), QRect(0, 0, 2, 3));
     }
 }
 
@@ -135,12 +163,14 @@ private slots:
         QTest::newRow("two") << twoAnimations
                              << "10 stand[0,0/4+1,2,3,4 0,1/5@0] 20 walk[1,0/-1@0]";
         QTest::newRow("frames before any header have no animation")
-            << "show 0,0 | 0,0 | 1 | - | normal\n@3\nshow 0,2 | 0,0 | 2 | v | normal" << "3[0,2/2@0]";
+            << "show 0,0 | 0,0 | 1 | - | normal\n@3\nshow 0,2 | 0,0 | 2 | v | normal"
+            << "3[0,2/2@0]";
         QTest::newRow("loop point")
             << "@1\nbody -1,-2,3,4\nshow 0,0|0,0|1|-|normal\nloop\nshow 0,1|0,0|1|-|sub 0.5 1"
             << "1[0,0/1--1,-2,3,4 0,1/1@1]";
         QTest::newRow("optional scale and angle")
-            << "@1\nshow 0,0 | 0,0 | 1 | hv | alpha 0.25 0.75 | 2,0.5 | 90" << "1[0,0/1@0]";
+            << "@1\nshow 0,0 | 0,0 | 1 | hv | alpha 0.25 0.75 | 2,0.5 | 90"
+            << "1[0,0/1@0]";
         QTest::newRow("malformed lines make no node")
             << "@x-y\n@1\nshow 0,0 | 0,0\nshow 0,0 | 0,0 | 1 | q | normal\nhit 1,2,3\n"
                "show a | 0,0 | 1 | - | normal\nshow 0,0 | 0,0 | 1 | - | glow\nbody 1,2,-3,4\njump"
@@ -152,7 +182,8 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QString, tree);
         Fixture f(text);
-        QAbstractItemModelTester tester(f.file, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester tester(f.file,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
         QCOMPARE(describe(f.file), tree);
     }
 
@@ -196,7 +227,8 @@ private slots:
 
     void properties()
     {
-        Fixture f("@7 jab\nshow 0,1 | 0,0 | 2 | - | normal\nloop\nshow 0,2 | 0,0 | 3 | - | normal\n");
+        Fixture f(
+            "@7 jab\nshow 0,1 | 0,0 | 2 | - | normal\nloop\nshow 0,2 | 0,0 | 3 | - | normal\n");
         AnimationCode *animation = f.file->at(0);
         QCOMPARE(animation->propertyNames(), QStringList({"DisplayName", "Name", "Identifier"}));
         QCOMPARE(animation->property("DisplayName").toString(), QString("7 jab"));
@@ -229,13 +261,15 @@ private slots:
     void spritesOfFrames()
     {
         ZornTest::MemoryArchive archive;
-        archive.files["lantern.zspr"] = ZornTest::readFile(ZornTest::testData("sprites/lantern.zspr"));
+        archive.files["lantern.zspr"] =
+            ZornTest::readFile(ZornTest::testData("sprites/lantern.zspr"));
         auto *sprites = new Sample::SpriteFile;
         QVERIFY(sprites->fromFile(archive, "lantern.zspr", 0, nullptr));
         Fixture f("@1\nshow 1,0 | 0,0 | 1 | - | normal\nshow 7,7 | 0,0 | 1 | - | normal\n");
         QVERIFY(!f.file->at(0)->frameAt(0)->sprite()); // no sprite source yet
         f.file->sprites = sprites;
-        QCOMPARE(f.file->at(0)->frameAt(0)->sprite(), sprites->at(unsigned(sprites->find(0, "1,0"))));
+        QCOMPARE(f.file->at(0)->frameAt(0)->sprite(),
+                 sprites->at(unsigned(sprites->find(0, "1,0"))));
         QVERIFY(!f.file->at(0)->frameAt(1)->sprite());
         f.file->at(0)->frameAt(1)->setSprite(sprites->at(0));
         QCOMPARE(f.file->at(0)->frameAt(1)->sprite(), sprites->at(0));
@@ -265,8 +299,9 @@ private slots:
         frame->attackBoxes()->add(QRect(5, 6, 7, 8));
         QCOMPARE(frame->collisionBoxes()->count(), 1u);
         frame->collisionBoxes()->at(0)->setRect(QRect(0, 0, 9, 9));
-        QCOMPARE(frame->contactBoxesText({frame->attackBoxes()->at(0), frame->collisionBoxes()->at(0)}),
-                 QString("hit 5,6,7,8\nbody 0,0,9,9"));
+        QCOMPARE(
+            frame->contactBoxesText({frame->attackBoxes()->at(0), frame->collisionBoxes()->at(0)}),
+            QString("hit 5,6,7,8\nbody 0,0,9,9"));
         frame->pasteContactBoxes("hit 1,1,1,1\nnonsense\nbody 2,2,2,2");
         QCOMPARE(describe(f.file), QString("1[3,4/-1+5,6,7,8+1,1,1,1-0,0,9,9-2,2,2,2@0]"));
         frame->attackBoxes()->clear();
@@ -297,7 +332,8 @@ private slots:
         QFETCH(int, line);
         QFETCH(QString, text);
         Fixture f(twoAnimations);
-        QAbstractItemModelTester tester(f.file, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester tester(f.file,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
         setLine(*f.doc, line, text);
         QCOMPARE(describe(f.file), fresh(f.doc->toPlainText()));
     }
@@ -306,11 +342,20 @@ private slots:
     {
         const quint32 seed = QRandomGenerator::global()->generate();
         QRandomGenerator random(seed);
-        const QStringList lines{"@1 a", "@2", "@x", "loop", "show 0,0 | 0,0 | 1 | - | normal",
+        const QStringList lines{"@1 a",
+                                "@2",
+                                "@x",
+                                "loop",
+                                "show 0,0 | 0,0 | 1 | - | normal",
                                 "show 0,1 | 2,3 | -1 | hv | add 1 0.5 | 2,2 | 45",
-                                "hit 0,0,10,10", "body -5,-5,10,10", "", "; comment", "show"};
+                                "hit 0,0,10,10",
+                                "body -5,-5,10,10",
+                                "",
+                                "; comment",
+                                "show"};
         Fixture f;
-        QAbstractItemModelTester tester(f.file, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester tester(f.file,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
         for (int step = 0; step < 600; ++step) {
             QTextCursor cursor(f.doc);
             const int blocks = f.doc->blockCount();
@@ -333,7 +378,9 @@ private slots:
             }
             const QString expected = fresh(f.doc->toPlainText());
             if (describe(f.file) != expected)
-                QFAIL(qPrintable(QStringLiteral("seed %1, step %2:\n%3").arg(seed).arg(step)
+                QFAIL(qPrintable(QStringLiteral("seed %1, step %2:\n%3")
+                                     .arg(seed)
+                                     .arg(step)
                                      .arg(f.doc->toPlainText())));
         }
     }
@@ -349,8 +396,8 @@ private slots:
         QTest::newRow("add") << "add" << 0 << "30" << a + '\n' + b + "@30\n";
         QTest::newRow("insert at count appends") << "insert" << 2 << "30" << a + '\n' + b + "@30\n";
         QTest::newRow("insert") << "insert" << 1 << "30" << a + "\n@30\n\n" + b;
-        QTest::newRow("duplicate") << "duplicate" << 0 << "11"
-                                   << a + "\n" + QString(a).replace("@10", "@11") + "\n" + b;
+        QTest::newRow("duplicate")
+            << "duplicate" << 0 << "11" << a + "\n" + QString(a).replace("@10", "@11") + "\n" + b;
         QTest::newRow("exact duplicate of the last") << "duplicate" << 1 << "" << a + '\n' + b + b;
         // The moved text loses its last line end; the one before the gap stays behind.
         QTest::newRow("move last up") << "move" << 1 << "0" << b + a + '\n';
@@ -367,7 +414,8 @@ private slots:
         QFETCH(QString, text);
         Fixture f("@10 stand\nshow 0,0 | 0,0 | 4 | - | normal\n\n@20 walk\nloop\n"
                   "show 1,0 | 2,0 | -1 | h | add\n");
-        QAbstractItemModelTester tester(f.file, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester tester(f.file,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
         QSignalSpy moved(f.file, &QAbstractItemModel::rowsMoved);
         QSignalSpy inserted(f.file, &QAbstractItemModel::rowsInserted);
         QSignalSpy removed(f.file, &QAbstractItemModel::rowsRemoved);
@@ -440,13 +488,20 @@ private slots:
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
         QTest::addColumn<int>("result");
-        QTest::newRow("numbers") << "@9" << "@12" << -1;
-        QTest::newRow("numbers, reversed") << "@12" << "@9" << 1;
-        QTest::newRow("equal numbers") << "@5" << "@5" << 1;
-        QTest::newRow("number and word") << "@12" << "@abc" << 1;
-        QTest::newRow("word and number") << "@abc" << "@12" << 1;
-        QTest::newRow("words ignore case") << "@Abc" << "@abd" << -1;
-        QTest::newRow("words, reversed") << "@abd" << "@ABC" << 1;
+        QTest::newRow("numbers") << "@9"
+                                 << "@12" << -1;
+        QTest::newRow("numbers, reversed") << "@12"
+                                           << "@9" << 1;
+        QTest::newRow("equal numbers") << "@5"
+                                       << "@5" << 1;
+        QTest::newRow("number and word") << "@12"
+                                         << "@abc" << 1;
+        QTest::newRow("word and number") << "@abc"
+                                         << "@12" << 1;
+        QTest::newRow("words ignore case") << "@Abc"
+                                           << "@abd" << -1;
+        QTest::newRow("words, reversed") << "@abd"
+                                         << "@ABC" << 1;
     }
 
     void compare()
@@ -467,8 +522,8 @@ private slots:
         QTest::addColumn<QString>("tree");
         const QString f = "show 0,0 | 0,0 | %1 | - | normal\n";
         QTest::newRow("runs, boxes, loop and endless delays")
-            << "@1\n" + f.arg(2) + f.arg(3) + "hit 0,0,1,1\n" + f.arg(1) + f.arg(4) + "loop\n"
-                   + f.arg(4) + f.arg(4) + f.arg(-1)
+            << "@1\n" + f.arg(2) + f.arg(3) + "hit 0,0,1,1\n" + f.arg(1) + f.arg(4) + "loop\n" +
+                   f.arg(4) + f.arg(4) + f.arg(-1)
             << 2u << "1[0,0/5 0,0/1+0,0,1,1 0,0/4 0,0/8 0,0/-1@3]";
         QTest::newRow("equal boxes merge with their frames")
             << "@1\nhit 0,0,1,1\n" + f.arg(1) + "hit 0,0,1,1\n" + f.arg(4) << 2u

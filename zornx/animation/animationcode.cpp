@@ -4,9 +4,11 @@
 
 #include <QtGui/QTextDocument>
 
-namespace Zorn {
+namespace Zorn
+{
 
-namespace {
+namespace
+{
 
 const QString identifierKey = QStringLiteral("Identifier");
 
@@ -87,8 +89,12 @@ int FrameCode::firstLine() const
 
 QStringList FrameCode::propertyNames() const
 {
-    return {identifierKey,           QStringLiteral("Offset"), QStringLiteral("Delay"),
-            QStringLiteral("Scale"), QStringLiteral("Angle"),  QStringLiteral("Flip"),
+    return {identifierKey,
+            QStringLiteral("Offset"),
+            QStringLiteral("Delay"),
+            QStringLiteral("Scale"),
+            QStringLiteral("Angle"),
+            QStringLiteral("Flip"),
             QStringLiteral("LoopPoint")};
 }
 
@@ -192,16 +198,6 @@ QStringList AnimationCode::propertyNames() const
     return {QStringLiteral("DisplayName"), QStringLiteral("Name"), identifierKey};
 }
 
-QVariant AnimationCode::property(const QString &name) const
-{
-    return NamedCode::property(name);
-}
-
-void AnimationCode::setProperty(const QString &name, const QVariant &value)
-{
-    NamedCode::setProperty(name, value);
-}
-
 FrameCode *AnimationCode::frameAt(unsigned int index) const
 {
     return index < frameCount() ? frameList.at(int(index)) : nullptr;
@@ -220,7 +216,10 @@ void AnimationCode::removeFrame(unsigned int index)
 
 QString AnimationCode::code() const
 {
-    return selectAll().selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n')).trimmed();
+    return selectAll()
+        .selectedText()
+        .replace(QChar::ParagraphSeparator, QLatin1Char('\n'))
+        .trimmed();
 }
 
 void AnimationCode::setCode(const QString &text)
@@ -369,11 +368,11 @@ void Animations::move(unsigned int from, unsigned int to)
     AnimationCode *animation = at(from);
     QTextCursor cursor = animation->selectAll();
     cursor.movePosition(QTextCursor::PreviousCharacter, QTextCursor::KeepAnchor);
-    const QString text = cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
+    const QString text =
+        cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
 
     moving = true;
-    beginMoveRows(QModelIndex(), int(from), int(from), QModelIndex(),
-                  int(from < to ? to + 1 : to));
+    beginMoveRows(QModelIndex(), int(from), int(from), QModelIndex(), int(from < to ? to + 1 : to));
     beginChange();
     list.removeAt(int(from));
     animation->remove(true);

@@ -23,7 +23,8 @@
 #include <QtCore/QPointF>
 #include <QtCore/QRect>
 
-namespace Zorn {
+namespace Zorn
+{
 
 class AnimationCode;
 class ContactBoxesCode;
@@ -73,8 +74,7 @@ private:
 class ZORNX_EXPORT FrameCode : public ParentCode, public PropertyItem
 {
 public:
-    struct Blend
-    {
+    struct Blend {
         enum Mode : int {
             None = 0,
             Addition = 1,
@@ -91,8 +91,7 @@ public:
         }
         bool operator==(const Blend &other) const
         {
-            return mode == other.mode && source == other.source
-                   && destination == other.destination;
+            return mode == other.mode && source == other.source && destination == other.destination;
         }
 
         Mode mode = None;
@@ -176,9 +175,8 @@ public:
     virtual FrameCode *insertFrame(unsigned int index, int delay) = 0;
     virtual FrameCode *addFrame(int delay) = 0;
 
+    // "DisplayName", "Name" and "Identifier"; the module reads and writes "Identifier".
     QStringList propertyNames() const override;
-    QVariant property(const QString &name) const override;
-    void setProperty(const QString &name, const QVariant &value) override;
 
     const QList<FrameCode *> &frames() const { return frameList; }
     unsigned int frameCount() const { return unsigned(frameList.size()); }
