@@ -241,6 +241,17 @@ void projectSeeds()
     seed("projectfile", "main-only", "name = Two\nanimations = , ,a.ini\n");
 }
 
+// Animation files of the sample module: every kind of line, and frames that optimize() merges.
+void animationSeeds()
+{
+    seed("animation", "lines",
+         "; seed\n@0 idle\nloop\nbody -12,-70,24,70\nshow 0,0 | 0,0 | 8 | - | normal\n"
+         "hit 1,2,3,4\nshow 1,0 | 6,0 | -1 | hv | add 1 0.5 | 1.5,1.5 | 30\n\n@walk\n");
+    seed("animation", "merge",
+         "@1\nshow 0,0 | 0,0 | 2 | - | normal\nshow 0,0 | 0,0 | 3 | - | normal\n"
+         "hit 0,0,1,1\nshow 0,0 | 0,0 | 1 | v | dodge\n");
+}
+
 // Snippet files in the layout that the snippet editor writes.
 void snippetSeeds()
 {
@@ -270,6 +281,7 @@ int main(int argc, char **argv)
     zipSeeds(QStringLiteral(ZORNX_PLUGIN_DIR));
     projectSeeds();
     snippetSeeds();
+    animationSeeds();
     paletteSeeds();
     return 0;
 }

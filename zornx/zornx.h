@@ -53,6 +53,7 @@
 #include <zornx/image/imageoperations.h>
 #include <zornx/image/palette.h>
 #include <zornx/image/sprite.h>
+#include <zornx/animation/animationcode.h>
 
 #include <zornx/codeedit/codefileeditor.h>
 #include <zornx/codeedit/codeworkspace.h>

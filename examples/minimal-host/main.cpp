@@ -1,7 +1,7 @@
 // The smallest program that uses the library as a host does. It installs its Interface, loads
 // the extensions, opens a game directory as a parent project with the sample engine module,
-// lists the project tree and the projects, edits a file, saves through the crash-safe path
-// and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
+// lists the project tree, the projects and their animations with their frames, edits a file,
+// saves through the crash-safe path and makes a backup (a .zip when the ZIP extension is loaded); then it parses a code file and
 // prints its tree and messages, and loads, edits and saves in the background a file in a
 // legacy encoding; last it makes a sound, resamples it and saves and loads it in every format
 // that can be written.
@@ -12,6 +12,7 @@
 
 #include "host.h"
 
+#include "sampleanimation.h"
 #include "samplecode.h"
 #include "sampleengine.h"
 
@@ -139,6 +140,27 @@ int main(int argc, char **argv)
     if (projects.isEmpty()) {
         out << "No projects found.\n";
         return 1;
+    }
+
+    // The animations of every project, parsed by the module's animation parser.
+    for (Sample::Project *project : qAsConst(projects)) {
+        for (Zorn::ProjectFile *file : project->filesByType(Zorn::Project::Animations)) {
+            auto *document = new Sample::AnimationDocument;
+            document->setPlainText(QString::fromUtf8(readFile(file->fileName())));
+            auto *animations = new Sample::AnimationFile(document);
+            out << "Animations of " << QFileInfo(file->fileName()).fileName() << ":\n";
+            for (const Zorn::AnimationCode *animation : animations->animations()) {
+                out << "  " << animation->displayName() << ", loop at frame "
+                    << animation->loopPoint() << ':';
+                for (const Zorn::FrameCode *frame : animation->frames())
+                    out << " [" << frame->property(QStringLiteral("Identifier")).toString()
+                        << ' ' << frame->delay() << "t, " << frame->attackBoxes()->count()
+                        << " attack " << frame->collisionBoxes()->count() << " collision]";
+                out << '\n';
+            }
+            document->release();
+            animations->release();
+        }
     }
 
     // Edit one file and save everything that changed.
