@@ -15,8 +15,18 @@ public:
     void setEnabled(QWidget *widget, bool enabled) const override;
 
 protected:
-    // Sends value as the change of the widget that sent the current signal.
-    void send(const QVariant &value);
+    // Sends value as a change of widget.
+    void send(QWidget *widget, const QVariant &value) const
+    {
+        emit const_cast<BuiltInValueEdit *>(this)->valueChanged(widget, value);
+    }
+
+    // Sends each value widget emits through signal as a change of widget.
+    template <typename Widget, typename Base, typename Value>
+    void forward(Widget *widget, void (Base::*signal)(Value)) const
+    {
+        connect(widget, signal, this, [this, widget](Value value) { send(widget, value); });
+    }
 };
 
 class BoolValueEdit : public BuiltInValueEdit
@@ -25,8 +35,6 @@ class BoolValueEdit : public BuiltInValueEdit
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(bool value);
 };
 
 class IntValueEdit : public BuiltInValueEdit
@@ -35,8 +43,6 @@ class IntValueEdit : public BuiltInValueEdit
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(int value);
 };
 
 class FloatValueEdit : public BuiltInValueEdit
@@ -45,8 +51,6 @@ class FloatValueEdit : public BuiltInValueEdit
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(double value);
 };
 
 // Two to four integers (kind 0) or floats (kind 1) on a MultiValueWidget.
@@ -73,8 +77,6 @@ class FileValueEdit : public BuiltInValueEdit
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(const QString &value);
 };
 
 class TextValueEdit : public BuiltInValueEdit
@@ -85,8 +87,6 @@ public:
     void setFolded(QWidget *widget, bool folded) const override;
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed();
 };
 
 class StringValueEdit : public BuiltInValueEdit
@@ -95,8 +95,6 @@ class StringValueEdit : public BuiltInValueEdit
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(const QString &value);
 };
 
 class OptionValueEdit : public BuiltInValueEdit
@@ -105,8 +103,6 @@ class OptionValueEdit : public BuiltInValueEdit
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(int value);
 };
 
 class StringOptionValueEdit : public BuiltInValueEdit
@@ -115,8 +111,6 @@ class StringOptionValueEdit : public BuiltInValueEdit
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(const QString &value);
 };
 
 // Registers the fourteen built-in edits.
