@@ -31,7 +31,6 @@ protected:
 
 class BoolValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
@@ -39,7 +38,6 @@ public:
 
 class IntValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
@@ -47,7 +45,6 @@ public:
 
 class FloatValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
@@ -73,7 +70,6 @@ private:
 
 class FileValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
@@ -81,7 +77,6 @@ public:
 
 class TextValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     Capabilities capabilities() const override;
     void setFolded(QWidget *widget, bool folded) const override;
@@ -91,7 +86,6 @@ public:
 
 class StringValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
@@ -99,7 +93,6 @@ public:
 
 class OptionValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
@@ -107,7 +100,6 @@ public:
 
 class StringOptionValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
