@@ -7,12 +7,13 @@
 //    one by one on one thread.
 // A plain program: each figure is the best of a few runs.
 
+#include "benchtiming.h"
+
 #include <zornx/cache/asyncfilecache.h>
 #include <zornx/cache/diskcache.h>
 #include <zornx/cache/streamcache.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QThreadPool>
@@ -45,14 +46,7 @@ public:
 // Nanoseconds of the fastest of runs calls.
 double best(int runs, const std::function<void()> &work)
 {
-    double fastest = 1e300;
-    for (int i = 0; i < runs; ++i) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        fastest = std::min(fastest, double(timer.nsecsElapsed()));
-    }
-    return fastest;
+    return bestSeconds(runs, work) * 1e9;
 }
 
 // Sprite-like bytes: runs of a few values, so that compression has work to do.

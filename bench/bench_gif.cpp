@@ -12,10 +12,11 @@
 
 #include "sprites.h"
 
+#include "benchtiming.h"
+
 #include <zornx/image/gifimage.h>
 
 #include <QtCore/QBuffer>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QProcess>
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QStandardPaths>
@@ -25,22 +26,9 @@
 #include <climits>
 #include <cmath>
 #include <cstdio>
-#include <functional>
 #include <vector>
 
 namespace {
-
-double best(int rounds, const std::function<void()> &work)
-{
-    double seconds = 1e30;
-    for (int i = 0; i < rounds; ++i) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        seconds = std::min(seconds, timer.nsecsElapsed() / 1e9);
-    }
-    return seconds;
-}
 
 // A photograph-like picture: smooth fields of colour, edges and fine noise.
 QImage photo(int width, int height)
@@ -136,7 +124,7 @@ Result ourQuantizer(const QImage &picture)
 {
     QImage mapped;
     Result result;
-    result.seconds = best(3, [&]() {
+    result.seconds = bestSeconds(3, [&]() {
         Zorn::ColorQuantizer quantizer(256, 8);
         quantizer.processImage(picture);
         Zorn::RGBA table[256];
@@ -144,7 +132,7 @@ Result ourQuantizer(const QImage &picture)
         mapped = mapToTable(picture, table, quantizer.colorCount());
     });
     result.psnr = psnr(picture, mapped);
-    result.treeSeconds = best(3, [&]() {
+    result.treeSeconds = bestSeconds(3, [&]() {
         Zorn::ColorQuantizer quantizer(256, 8);
         quantizer.processImage(picture);
         Zorn::RGBA table[256];
@@ -169,8 +157,8 @@ Result imageMagick(const QImage &picture, const QStringList &options)
         return process.waitForFinished(120000) && process.exitCode() == 0;
     };
     bool ok = true;
-    const double copy = best(3, [&]() { ok = ok && run({}); });
-    const double quantize = best(3, [&]() { ok = ok && run(options); });
+    const double copy = bestSeconds(3, [&]() { ok = ok && run({}); });
+    const double quantize = bestSeconds(3, [&]() { ok = ok && run(options); });
     QImage back(out, "PPM");
     if (!ok || back.isNull())
         return result;
@@ -216,7 +204,7 @@ void saveGifFigures()
         buffer.open(QIODevice::WriteOnly);
         Zorn::saveGIF(&buffer, frames, 1, 1, false, true);
     };
-    const double encode = best(3, [&]() {
+    const double encode = bestSeconds(3, [&]() {
         Zorn::GIFImage gif(320, 240, true);
         for (const Zorn::AnimImageFrame &frame : indexed) {
             Zorn::GIFImage::SubImage sub;
@@ -233,7 +221,8 @@ void saveGifFigures()
                 "  GIFImage::save of the indexed frames (baseline): %.3f s\n",
                 encode);
     for (bool truecolor : {false, true}) {
-        const double seconds = best(3, [&]() { save(truecolor ? trueColor : indexed); });
+        const double seconds =
+            bestSeconds(3, [&]() { save(truecolor ? trueColor : indexed); });
         std::printf("  %s frames: %.3f s, %.2f of the goal, %.2f x the baseline\n",
                     truecolor ? "true-colour" : "indexed", seconds, seconds / 1.0,
                     seconds / encode);

@@ -9,12 +9,13 @@
 
 #include "sprites.h"
 
+#include "benchtiming.h"
+
 #include <zornx/image/imagecodecs.h>
 #include <zornx/image/imageoperations.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDataStream>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QRandomGenerator>
 
 #include <cstdio>
@@ -201,19 +202,6 @@ QByteArray written(const std::function<bool(QIODevice *)> &write)
     return buffer.data();
 }
 
-// Best of rounds, in seconds.
-double best(int rounds, const std::function<void()> &work)
-{
-    double result = 1e30;
-    for (int r = 0; r < rounds; ++r) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        result = qMin(result, timer.nsecsElapsed() / 1e9);
-    }
-    return result;
-}
-
 typedef std::function<void(const Sample &, QImage &)> Decoder;
 
 void decodeSpeed(const char *name, const std::vector<Sample> &set, const Decoder &library,
@@ -226,7 +214,7 @@ void decodeSpeed(const char *name, const std::vector<Sample> &set, const Decoder
     for (const Sample &s : set)
         images.push_back(QImage(s.image.size(), s.image.format()));
     const auto run = [&](const Decoder &decode) {
-        return best(5, [&] {
+        return bestSeconds(5, [&] {
             for (size_t i = 0; i < set.size(); ++i)
                 decode(set[i], images[i]);
         });
@@ -247,6 +235,13 @@ void decodeSpeed(const char *name, const std::vector<Sample> &set, const Decoder
                 "%.2fx the QDataStream-per-byte form (%.1f Mpx/s)\n",
                 name, pixels / ours / 1e6, plain / ours, pixels / plain / 1e6, perByte / ours,
                 pixels / perByte / 1e6);
+}
+
+template <void (*Plain)(ArraySource &, QImage &)>
+void viaArray(const Sample &s, QImage &image)
+{
+    ArraySource source(s.stream);
+    Plain(source, image);
 }
 
 template <void (*Plain)(StreamSource &, QImage &)>
@@ -281,11 +276,7 @@ int main()
             QBuffer buffer;
             loadLZ5(image, reader(buffer, s.stream));
         },
-        [](const Sample &s, QImage &image) {
-            ArraySource source(s.stream);
-            plainLZ5(source, image);
-        },
-        viaStream<plainLZ5<StreamSource>>);
+        viaArray<plainLZ5<ArraySource>>, viaStream<plainLZ5<StreamSource>>);
 
     const auto rle8Set = samples(256, [](const QImage &image) {
         return written([&](QIODevice *d) { return saveRLE8(image, d); });
@@ -296,11 +287,7 @@ int main()
             QBuffer buffer;
             loadRLE8(image, reader(buffer, s.stream));
         },
-        [](const Sample &s, QImage &image) {
-            ArraySource source(s.stream);
-            plainRLE8(source, image);
-        },
-        viaStream<plainRLE8<StreamSource>>);
+        viaArray<plainRLE8<ArraySource>>, viaStream<plainRLE8<StreamSource>>);
 
     const auto pcxSet = samples(256, [](const QImage &image) {
         return written([&](QIODevice *d) { return savePCX(image, d); });
@@ -311,11 +298,7 @@ int main()
             QBuffer buffer;
             loadPCX(image, reader(buffer, s.stream), nullptr);
         },
-        [](const Sample &s, QImage &image) {
-            ArraySource source(s.stream);
-            plainPCX(source, image);
-        },
-        viaStream<plainPCX<StreamSource>>);
+        viaArray<plainPCX<ArraySource>>, viaStream<plainPCX<StreamSource>>);
 
     // saveLZ5: compress against runs only and against zlib level 6 of the same pixels.
     double pixels = 0;
@@ -323,7 +306,7 @@ int main()
         pixels += double(s.image.width()) * s.image.height();
     qint64 sizes[3] = {};
     const auto saveAll = [&](int kind) {
-        return best(kind == 0 ? 1 : 3, [&] {
+        return bestSeconds(kind == 0 ? 1 : 3, [&] {
             sizes[kind] = 0;
             for (const Sample &s : lz5Set) {
                 if (kind < 2) {
@@ -360,7 +343,7 @@ int main()
         for (int factor : {2, 4}) {
             double times[6];
             for (int filter = 0; filter < 6; ++filter)
-                times[filter] = best(3, [&] {
+                times[filter] = bestSeconds(3, [&] {
                     resizeImage(*image, image->size() * factor, palette,
                                 ImageResizeFilter(filter));
                 });

@@ -8,13 +8,13 @@
 
 #include "sprites.h"
 
+#include "benchtiming.h"
+
 #include <zornx/image/palette.h>
 
-#include <QtCore/QElapsedTimer>
 
 #include <climits>
 #include <cstdio>
-#include <functional>
 
 using Zorn::RGBA;
 
@@ -48,18 +48,6 @@ QImage plainAdapt(const QImage &image, const RGBA *palette)
             o[x] = plainMatch(in[x], palette);
     }
     return out;
-}
-
-double best(int rounds, const std::function<void()> &work)
-{
-    double fastest = 1e30;
-    for (int r = 0; r < rounds; ++r) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        fastest = qMin(fastest, timer.nsecsElapsed() / 1e9);
-    }
-    return fastest;
 }
 
 bool sameIndices(const QImage &a, const QImage &b)
@@ -97,11 +85,11 @@ int main()
          {std::make_pair("sprite-like", sprite), std::make_pair("many colours", many),
           std::make_pair("many, alpha", manyAlpha)}) {
         QImage ours, plain;
-        const double tOurs = best(5, [&] {
+        const double tOurs = bestSeconds(5, [&] {
             ours = picture;
             Zorn::adaptImageToPalette(ours, palette);
         });
-        const double tPlain = best(2, [&] { plain = plainAdapt(picture, palette); });
+        const double tPlain = bestSeconds(2, [&] { plain = plainAdapt(picture, palette); });
         const bool same = sameIndices(ours, plain);
         allSame = allSame && same;
         std::printf("  %-13s ours %7.1f Mpx/s   plain search %6.1f Mpx/s   ratio %5.1fx   %s\n",

@@ -6,13 +6,14 @@
 // - AudioWaveform::update() at 1920 columns on 10 minutes of stereo, zoom 1 against fit, and
 //   zoom 1 on 1 minute against 10 (which must not grow with the length).
 
+#include "benchtiming.h"
+
 #include <zornx/sound/audiodata.h>
 #include <zornx/sound/audiowaveform.h>
 #include <zornx/sound/soundsample.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
@@ -22,7 +23,6 @@
 
 #include <cmath>
 #include <cstdio>
-#include <functional>
 #include <vector>
 
 using namespace Zorn;
@@ -45,22 +45,9 @@ SoundSample tone(quint32 seconds)
     return sample;
 }
 
-// Seconds of the fastest of a few runs.
-double timed(const std::function<void()> &work, int runs = 3)
-{
-    double best = 1e9;
-    for (int i = 0; i < runs; ++i) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        best = qMin(best, timer.nsecsElapsed() / 1e9);
-    }
-    return best;
-}
-
 double sox(const QStringList &arguments)
 {
-    return timed([&] {
+    return bestSeconds(3, [&] {
         QProcess process;
         process.start(QStringLiteral("sox"), arguments);
         process.waitForFinished(-1);
@@ -93,16 +80,16 @@ int main(int argc, char **argv)
         const double values = sample.samples * 2.0;
         const long before = peakKilobytes();
         SoundSample copy = sample;
-        const double seconds = timed([&] {
+        const double seconds = bestSeconds(1, [&] {
             copy = sample;
             resampleSound(copy, {2, 16, 48000, 0});
-        }, 1);
+        });
         const long after = peakKilobytes();
         std::vector<float> in(static_cast<size_t>(values));
         std::vector<float> out(static_cast<size_t>(values * 48000 / 44100));
         src_short_to_float_array(reinterpret_cast<const short *>(sample.data.constData()),
                                  in.data(), int(values));
-        const double bare = timed([&] {
+        const double bare = bestSeconds(1, [&] {
             SRC_DATA job = {};
             job.data_in = in.data();
             job.data_out = out.data();
@@ -110,7 +97,7 @@ int main(int argc, char **argv)
             job.output_frames = long(out.size() / 2);
             job.src_ratio = 48000.0 / 44100.0;
             src_simple(&job, SRC_SINC_BEST_QUALITY, 2);
-        }, 1);
+        });
         std::printf("resampleSound 44.1 -> 48 kHz, 10 s stereo: %.1fx real time (goal 20x), "
                     "src_simple alone %.1fx (ours / alone = %.2f); peak memory %.1f bytes per "
                     "sample\n",
@@ -149,7 +136,7 @@ int main(int argc, char **argv)
         }
         QFile in(file);
         in.open(QIODevice::ReadOnly);
-        const double decode = timed([&] {
+        const double decode = bestSeconds(3, [&] {
             in.seek(0);
             format.read(&in);
         });
@@ -158,10 +145,10 @@ int main(int argc, char **argv)
                     60 / soxDecode, soxDecode / decode);
         if (!format.write)
             continue;
-        const double encode = timed([&] {
+        const double encode = bestSeconds(format.name == QByteArray("wav") ? 3 : 1, [&] {
             QBuffer out;
             format.write(sound, &out);
-        }, format.name == QByteArray("wav") ? 3 : 1);
+        });
         QStringList arguments{wav};
         arguments << format.soxEncode
                   << dir.filePath(QStringLiteral("e.") + QLatin1String(format.name));
@@ -176,7 +163,7 @@ int main(int argc, char **argv)
     wave.width = 1920;
     auto update = [&](double zoom) {
         wave.setZoom(zoom);
-        return timed([&] { wave.update(); }, 5);
+        return bestSeconds(5, [&] { wave.update(); });
     };
     data.setSample(tone(60));
     const double zoomOneShort = update(1.0);

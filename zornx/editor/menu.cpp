@@ -25,11 +25,6 @@ Menu::Menu(QWidget *parent) : QMenu(parent) {}
 
 Menu::Menu(const QString &title, QWidget *parent) : QMenu(title, parent) {}
 
-QAction *Menu::addMenu(Menu *menu)
-{
-    return QMenu::addMenu(menu);
-}
-
 Menu *Menu::addMenu(const QString &title)
 {
     auto *menu = new Menu(title, this);
@@ -45,11 +40,6 @@ bool Menu::event(QEvent *event)
 }
 
 MenuBar::MenuBar(QWidget *parent) : QMenuBar(parent) {}
-
-QAction *MenuBar::addMenu(Menu *menu)
-{
-    return QMenuBar::addMenu(menu);
-}
 
 Menu *MenuBar::addMenu(const QString &title)
 {

@@ -18,7 +18,6 @@ public:
     explicit Menu(const QString &title, QWidget *parent = nullptr);
 
     using QMenu::addMenu;
-    QAction *addMenu(Menu *menu);
     // A new submenu, owned by this menu.
     Menu *addMenu(const QString &title);
 
@@ -34,7 +33,6 @@ public:
     explicit MenuBar(QWidget *parent = nullptr);
 
     using QMenuBar::addMenu;
-    QAction *addMenu(Menu *menu);
     // A new menu, owned by this menu bar.
     Menu *addMenu(const QString &title);
 

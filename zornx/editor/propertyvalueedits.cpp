@@ -41,12 +41,6 @@ void BuiltInValueEdit::setEnabled(QWidget *widget, bool enabled) const
     widget->setEnabled(enabled);
 }
 
-void BuiltInValueEdit::send(const QVariant &value)
-{
-    if (auto *widget = qobject_cast<QWidget *>(sender()))
-        emit valueChanged(widget, value);
-}
-
 // ---------------------------------------------------------------------------------------------
 
 void BoolValueEdit::setValue(QWidget *widget, const QVariant &value) const
@@ -58,13 +52,8 @@ void BoolValueEdit::setValue(QWidget *widget, const QVariant &value) const
 QWidget *BoolValueEdit::createWidget(QWidget *parent, const QMap<QString, QVariant> &) const
 {
     auto *box = new QCheckBox(parent);
-    connect(box, &QCheckBox::toggled, this, &BoolValueEdit::changed);
+    forward(box, &QCheckBox::toggled);
     return box;
-}
-
-void BoolValueEdit::changed(bool value)
-{
-    send(value);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -80,13 +69,8 @@ QWidget *IntValueEdit::createWidget(QWidget *parent, const QMap<QString, QVarian
     auto *box = new QSpinBox(parent);
     box->setRange(options.value(QStringLiteral("minimum"), intMinimum).toInt(),
                   options.value(QStringLiteral("maximum"), intMaximum).toInt());
-    connect(box, QOverload<int>::of(&QSpinBox::valueChanged), this, &IntValueEdit::changed);
+    forward(box, QOverload<int>::of(&QSpinBox::valueChanged));
     return box;
-}
-
-void IntValueEdit::changed(int value)
-{
-    send(value);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -104,14 +88,8 @@ QWidget *FloatValueEdit::createWidget(QWidget *parent,
     box->setRange(options.value(QStringLiteral("minimum"), -floatMaximum).toDouble(),
                   options.value(QStringLiteral("maximum"), floatMaximum).toDouble());
     box->setSingleStep(options.value(QStringLiteral("step"), floatStep).toDouble());
-    connect(box, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this,
-            &FloatValueEdit::changed);
+    forward(box, QOverload<double>::of(&QDoubleSpinBox::valueChanged));
     return box;
-}
-
-void FloatValueEdit::changed(double value)
-{
-    send(value);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -229,13 +207,8 @@ QWidget *FileValueEdit::createWidget(QWidget *parent, const QMap<QString, QVaria
     edit->setFilter(options.value(QStringLiteral("filter"), QStringLiteral("*.*")).toString());
     edit->setBasePath(options.value(QStringLiteral("baseArchive")).value<Archive *>(),
                       options.value(QStringLiteral("basePath")).toString());
-    connect(edit, &FileBrowseEdit::valueChanged, this, &FileValueEdit::changed);
+    forward(edit, &FileBrowseEdit::valueChanged);
     return edit;
-}
-
-void FileValueEdit::changed(const QString &value)
-{
-    send(value);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -266,14 +239,9 @@ QWidget *TextValueEdit::createWidget(QWidget *parent, const QMap<QString, QVaria
     text->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     text->setMinimumWidth(125);
     setFolded(text, true);
-    connect(text, &QPlainTextEdit::textChanged, this, &TextValueEdit::changed);
+    connect(text, &QPlainTextEdit::textChanged, this,
+            [this, text] { send(text, text->toPlainText()); });
     return text;
-}
-
-void TextValueEdit::changed()
-{
-    if (auto *text = qobject_cast<QPlainTextEdit *>(sender()))
-        send(text->toPlainText());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -291,13 +259,8 @@ QWidget *StringValueEdit::createWidget(QWidget *parent,
     line->setMinimumWidth(125);
     setValidator(line, options);
     line->setInputMask(options.value(QStringLiteral("mask")).toString());
-    connect(line, &QLineEdit::textChanged, this, &StringValueEdit::changed);
+    forward(line, &QLineEdit::textChanged);
     return line;
-}
-
-void StringValueEdit::changed(const QString &value)
-{
-    send(value);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -314,14 +277,8 @@ QWidget *OptionValueEdit::createWidget(QWidget *parent,
     auto *combo = new QComboBox(parent);
     combo->setEditable(false);
     combo->addItems(options.value(QStringLiteral("items")).toStringList());
-    connect(combo, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
-            &OptionValueEdit::changed);
+    forward(combo, QOverload<int>::of(&QComboBox::currentIndexChanged));
     return combo;
-}
-
-void OptionValueEdit::changed(int value)
-{
-    send(value);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -339,13 +296,8 @@ QWidget *StringOptionValueEdit::createWidget(QWidget *parent,
     combo->setEditable(true);
     combo->addItems(options.value(QStringLiteral("items")).toStringList());
     setValidator(combo->lineEdit(), options);
-    connect(combo, &QComboBox::editTextChanged, this, &StringOptionValueEdit::changed);
+    forward(combo, &QComboBox::editTextChanged);
     return combo;
-}
-
-void StringOptionValueEdit::changed(const QString &value)
-{
-    send(value);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -15,38 +15,39 @@ public:
     void setEnabled(QWidget *widget, bool enabled) const override;
 
 protected:
-    // Sends value as the change of the widget that sent the current signal.
-    void send(const QVariant &value);
+    // Sends value as a change of widget.
+    void send(QWidget *widget, const QVariant &value) const
+    {
+        emit const_cast<BuiltInValueEdit *>(this)->valueChanged(widget, value);
+    }
+
+    // Sends each value widget emits through signal as a change of widget.
+    template <typename Widget, typename Base, typename Value>
+    void forward(Widget *widget, void (Base::*signal)(Value)) const
+    {
+        connect(widget, signal, this, [this, widget](Value value) { send(widget, value); });
+    }
 };
 
 class BoolValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(bool value);
 };
 
 class IntValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(int value);
 };
 
 class FloatValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(double value);
 };
 
 // Two to four integers (kind 0) or floats (kind 1) on a MultiValueWidget.
@@ -69,54 +70,39 @@ private:
 
 class FileValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(const QString &value);
 };
 
 class TextValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     Capabilities capabilities() const override;
     void setFolded(QWidget *widget, bool folded) const override;
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed();
 };
 
 class StringValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(const QString &value);
 };
 
 class OptionValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(int value);
 };
 
 class StringOptionValueEdit : public BuiltInValueEdit
 {
-    Q_OBJECT
 public:
     void setValue(QWidget *widget, const QVariant &value) const override;
     QWidget *createWidget(QWidget *parent, const QMap<QString, QVariant> &options) const override;
-private Q_SLOTS:
-    void changed(const QString &value);
 };
 
 // Registers the fourteen built-in edits.

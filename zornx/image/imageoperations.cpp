@@ -304,15 +304,28 @@ QImage rotateImage(QImage image, float radians, unsigned int background)
     return result;
 }
 
-QImage resizeImageNearest(QImage image, QSize size)
+namespace {
+
+// Makes image its working copy and gives an empty picture of size in its format and colours;
+// a null one where image is null or size empty.
+QImage resizeTarget(QImage &image, QSize size)
 {
     if (image.isNull() || size.width() < 1 || size.height() < 1)
         return QImage();
     image = workingCopy(image);
     QImage result(size, image.format());
+    if (!result.isNull())
+        result.setColorTable(image.colorTable());
+    return result;
+}
+
+} // namespace
+
+QImage resizeImageNearest(QImage image, QSize size)
+{
+    QImage result = resizeTarget(image, size);
     if (result.isNull())
         return result;
-    result.setColorTable(image.colorTable());
     // 16.16 fixed point in 64 bits: wide pictures would overflow an int. The last target
     // columns of a large enlargement can step one past the source: they take its last one.
     const qint64 stepX = ((qint64(image.width()) << 16) / size.width()) + 1;
@@ -338,13 +351,9 @@ QImage resizeImageNearest(QImage image, QSize size)
 
 QImage resizeImageBilinear(QImage image, QSize size, RGBA (&palette)[256])
 {
-    if (image.isNull() || size.width() < 1 || size.height() < 1)
-        return QImage();
-    image = workingCopy(image);
-    QImage result(size, image.format());
+    QImage result = resizeTarget(image, size);
     if (result.isNull())
         return result;
-    result.setColorTable(image.colorTable());
     const bool indexed = isIndexed(image);
     const int lastX = image.width() - 1;
     const int lastY = image.height() - 1;

@@ -20,15 +20,7 @@ mpg123_ssize_t readDevice(void *handle, void *buffer, size_t bytes)
 
 off_t seekDevice(void *handle, off_t offset, int whence)
 {
-    auto *device = static_cast<QIODevice *>(handle);
-    if (device->isSequential())
-        return -1;
-    qint64 to = offset;
-    if (whence == SEEK_CUR)
-        to += device->pos();
-    else if (whence == SEEK_END)
-        to += device->size();
-    return to >= 0 && device->seek(to) ? off_t(to) : off_t(-1);
+    return off_t(SoundPrivate::seekWhence(static_cast<QIODevice *>(handle), offset, whence));
 }
 
 } // namespace

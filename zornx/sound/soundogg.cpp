@@ -22,15 +22,7 @@ size_t readDevice(void *buffer, size_t size, size_t count, void *device)
 
 int seekDevice(void *handle, ogg_int64_t offset, int whence)
 {
-    auto *device = static_cast<QIODevice *>(handle);
-    if (device->isSequential())
-        return -1;
-    qint64 to = offset;
-    if (whence == SEEK_CUR)
-        to += device->pos();
-    else if (whence == SEEK_END)
-        to += device->size();
-    return to >= 0 && device->seek(to) ? 0 : -1;
+    return SoundPrivate::seekWhence(static_cast<QIODevice *>(handle), offset, whence) < 0 ? -1 : 0;
 }
 
 long tellDevice(void *device)

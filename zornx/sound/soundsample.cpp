@@ -6,6 +6,7 @@
 #include <samplerate.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -56,6 +57,18 @@ const char *soundFileExtension(SoundExtensionType type)
                "(*.flac)";
     }
     return nullptr;
+}
+
+qint64 SoundPrivate::seekWhence(QIODevice *device, qint64 offset, int whence)
+{
+    if (device->isSequential())
+        return -1;
+    qint64 to = offset;
+    if (whence == SEEK_CUR)
+        to += device->pos();
+    else if (whence == SEEK_END)
+        to += device->size();
+    return to >= 0 && device->seek(to) ? to : -1;
 }
 
 bool SoundPrivate::openFor(QIODevice *device, QIODevice::OpenMode mode)

@@ -9,6 +9,9 @@ namespace SoundPrivate {
 
 // Opens a closed device in mode; true if it can then be read (written).
 bool openFor(QIODevice *device, QIODevice::OpenMode mode);
+// Seeks device as a decoder library's seek callback asks (whence SEEK_SET, SEEK_CUR or
+// SEEK_END); the new position, or -1 where the device is sequential or cannot go there.
+qint64 seekWhence(QIODevice *device, qint64 offset, int whence);
 // 8, 16, 20, 24 or 32.
 bool isKnownWidth(unsigned int bits);
 // The largest decoded sound a QByteArray holds.
