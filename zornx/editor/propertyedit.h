@@ -29,7 +29,7 @@ public:
     virtual QVariant value(unsigned int index) const = 0;
     // The form hands every change of a widget here.
     virtual void setValue(unsigned int index, const QVariant &value) = 0;
-    // The spec of the widget ("minimum", "items", "filter", ...; see PropertyEdit).
+    // The description of the widget ("minimum", "items", "filter", ...; see PropertyEdit).
     virtual QMap<QString, QVariant> options(unsigned int index) const = 0;
     // The section's object name, and the host option that keeps whether it is open.
     virtual QString sectionKey(unsigned int sectionIndex) const = 0;
