@@ -15,6 +15,7 @@
 #include <functional>
 
 using namespace Zorn;
+using ZornTest::plainMatch;
 
 namespace Zorn {
 char *toString(const RGBA &c)
@@ -126,24 +127,6 @@ QByteArray gif(int bits, bool globalTable)
     return bytes + ';';
 }
 
-// The cost rule of adaptImageToPalette, written out plainly.
-uchar plainMatch(QRgb pixel, const RGBA *palette)
-{
-    const int A = qAlpha(pixel);
-    uint best = UINT_MAX;
-    int index = 0;
-    for (int i = 0; i < 256; ++i) {
-        const int dr = palette[i].red - qRed(pixel), dg = palette[i].green - qGreen(pixel),
-                  db = palette[i].blue - qBlue(pixel), da = A - palette[i].alpha;
-        uint colour = uint(dr * dr + dg * dg + db * db);
-        colour = A == 0 ? 0 : A == 255 ? colour : colour * uint(A) / 255;
-        if (colour + uint(da * da) < best) {
-            best = colour + uint(da * da);
-            index = i;
-        }
-    }
-    return uchar(index);
-}
 
 class TestPaletteReader : public PaletteReaderExtension
 {

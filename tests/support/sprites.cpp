@@ -2,6 +2,7 @@
 
 #include <QtCore/QRandomGenerator>
 
+#include <climits>
 #include <cstring>
 
 namespace ZornTest {
@@ -51,6 +52,24 @@ QImage randomSprite(QSize size, int colors, quint32 seed)
         image.scanLine(int(random.bounded(height)))[random.bounded(width)] =
             uchar(random.bounded(colors));
     return image;
+}
+
+uchar plainMatch(QRgb pixel, const Zorn::RGBA *palette)
+{
+    const int A = qAlpha(pixel);
+    uint best = UINT_MAX;
+    int index = 0;
+    for (int i = 0; i < 256; ++i) {
+        const int dr = palette[i].red - qRed(pixel), dg = palette[i].green - qGreen(pixel),
+                  db = palette[i].blue - qBlue(pixel), da = A - palette[i].alpha;
+        uint colour = uint(dr * dr + dg * dg + db * db);
+        colour = A == 0 ? 0 : A == 255 ? colour : colour * uint(A) / 255;
+        if (colour + uint(da * da) < best) {
+            best = colour + uint(da * da);
+            index = i;
+        }
+    }
+    return uchar(index);
 }
 
 } // namespace ZornTest
